@@ -39,6 +39,8 @@ class FileSystem {
   // The steps of ReplaceAtomically, each of which a test double may fail.
   // A handle is whatever the implementation needs; -1 means failure.
   virtual bool MakeFolder(const std::string& folder) = 0;
+  // tempPath comes in as the name of the file being replaced and goes out as
+  // the path of the new temporary (in folder, named after that file).
   virtual int CreateTemporary(const std::string& folder, std::string& tempPath) = 0;
   virtual bool WriteAll(int handle, std::string_view bytes) = 0;
   virtual bool Sync(int handle) = 0;

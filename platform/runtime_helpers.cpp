@@ -88,7 +88,7 @@ double Val(std::string_view text) {
     // An underflow reads as 0; an overflow is no number the program can hold.
     return 0;
   }
-  if (ec != std::errc()) return 0;
+  if (ec != std::errc() || value == 0) return 0;
   return negative ? -value : value;
 }
 

@@ -1,7 +1,12 @@
 #include "play/form1.h"
 
+#include <cmath>
+
 #include "board/board.h"
+#include "board/filler.h"
+#include "board/word_placer.h"
 #include "platform/runtime_helpers.h"
+#include "platform/text.h"
 #include "profile/game_library.h"
 
 namespace pelmora {
@@ -47,7 +52,8 @@ Form1::Form1(Runtime& rt, ProfileStore& profile)
       Command4("Command4", {8160, 7560, 1335, 495}, 12, "Statistics"),
       Command5("Command5", {9480, 7560, 1215, 495}, 13, "Clear Statistics"),
       Timer1("Timer1", kTimerInterval),
-      Timer2("Timer2", kTimerInterval) {
+      Timer2("Timer2", kTimerInterval),
+      Designer(rt, profile) {
   Left = 60;
   Top = 345;
   Command1.SetVisible(false);
@@ -58,6 +64,23 @@ Form1::Form1(Runtime& rt, ProfileStore& profile)
   LoadEvent = [this] { Form1_Form_Load(*this); };
   Check1.Click = [this] { Form1_Check1_Click(*this); };
   Check2.Click = [this] { Form1_Check2_Click(*this); };
+  List2.Click = [this] { Form1_List2_Click(*this); };
+  Command1.Click = [this] { Form1_Command1_Click(*this); };
+  Timer2.Tick = [this] { Form1_Timer2_Timer(*this); };
+  Timer1.Tick = [this] { Form1_Timer1_Timer(*this); };
+  Picture1.MouseDown = [this](int button, int shift, float x, float y) {
+    Form1_Picture1_MouseDown(*this, button, shift, x, y);
+  };
+  Command2.Click = [this] { Form1_Command2_Click(*this); };
+  Command3.Click = [this] { Form1_Command3_Click(*this); };
+  Command4.Click = [this] { Form1_Command4_Click(*this); };
+  Command5.Click = [this] { Form1_Command5_Click(*this); };
+}
+
+Form3& Form1::Sheet() {
+  if (!sheet_) sheet_ = std::make_unique<Form3>();
+  sheet_->Loaded = true;
+  return *sheet_;
 }
 
 std::vector<Control*> Form1::Controls() {
@@ -105,6 +128,199 @@ void Form1_Check2_Click(Form1& f) {
   const bool show = f.Check2.Value() == 1;
   f.List1.SetVisible(show);
   f.Label3.SetVisible(show);
+}
+
+void Form1_List2_Click(Form1& f) { Form1_Command1_Click(f); }
+
+namespace {
+
+// A word that no place on the board can hold leaves the game: out of the
+// word list and out of the count, so the game can still be won.
+void DropLeftOutWords(Form1& f, const WordSlots& slots, const std::vector<int>& leftOut) {
+  for (int slot : leftOut) {
+    const std::string& word = slots[static_cast<std::size_t>(slot)];
+    for (int i = 0; i < f.List1.ListCount(); ++i) {
+      if (f.List1.List(i) == word) {
+        f.List1.RemoveItem(i);
+        break;
+      }
+    }
+    --f.Play.WordCount;
+  }
+}
+
+std::string LeftOutMessage(const WordSlots& slots, const std::vector<int>& leftOut) {
+  std::string message = "These words could not be hidden and were left out of the game: ";
+  for (std::size_t i = 0; i < leftOut.size(); ++i) {
+    if (i > 0) message += ", ";
+    message += slots[static_cast<std::size_t>(leftOut[i])];
+  }
+  return message;
+}
+
+}  // namespace
+
+void Form1_Command1_Click(Form1& f) {
+  // The shimmer stops first, before the question, and stays off on a No.
+  f.Timer2.SetEnabled(false);
+  if (f.List1.ListCount() > 0 && f.Play.WonFlag == 0) {
+    if (f.runtime.MsgBox("Do you want to resign this game?", vbYesNoQuestion) == vbNo) return;
+  }
+  f.runtime.SetMousePointer(vbHourglass);
+  f.Play.ColourIndex = 0;
+  // Letters half-spelled on the old board mean nothing on the new one.
+  f.Sel.Letters.clear();
+  f.Sel.ClickCount = 0;
+  f.Grid1.Clear();
+  WordSlots slots{};
+  f.Play.WordCount = static_cast<std::int16_t>(ReadGameWords(f.store, f.List2.Text(), slots));
+  f.List1.Clear();
+  for (int i = 1; i <= f.Play.WordCount; ++i) f.List1.AddItem(slots[static_cast<std::size_t>(i)]);
+  const std::vector<int> leftOut = PlaceWordList(f.Grid1, f.runtime.Random(), slots, f.Play.WordCount);
+  DropLeftOutWords(f, slots, leftOut);
+  FillFreeCells(f.Grid1, f.runtime.Random(), f.Play.PracticeFlag);
+  ShowBoard(f.Grid1, f.Picture1);
+  if (!leftOut.empty()) f.runtime.MsgBox(LeftOutMessage(slots, leftOut), vbInformation);
+  f.Timer1.SetEnabled(true);
+  // The clock starts when the board is on screen, not when the deal began.
+  f.Play.StartTime = f.runtime.Now();
+  f.Play.WonFlag = 0;
+  f.runtime.SetMousePointer(vbDefault);
+}
+
+void Form1_Timer2_Timer(Form1& f) {
+  ShuffleBoard(f.Grid1, f.runtime.Random());
+  ShowBoard(f.Grid1, f.Picture1);
+}
+
+namespace {
+
+constexpr double kDeadBand = 100;      // the first 100 twips of the top row and left column
+constexpr double kBoardEdge = 7500;    // 15 cells of 500: nothing lies beyond
+constexpr int kCircleInset = 200;      // a circle's centre, in from the cell's edges
+constexpr int kCircleRadius = 200;
+constexpr int kEraser = 15;            // bright white wipes a mismatch's circles
+constexpr int kColourCount = 15;       // a word's colours run 0 to 14
+
+// Whether any listed word starts with the letters, case and all.
+bool StartsAnyWord(const ListBox& list, const std::string& letters) {
+  const std::size_t n = Len(letters);
+  for (int i = 0; i < list.ListCount(); ++i) {
+    if (Left(list.List(i), n) == letters) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+void Form1_Picture1_MouseDown(Form1& f, int /*button*/, int /*shift*/, float x, float y) {
+  if (f.List1.ListCount() == 0) return;
+  if (x < kDeadBand || y < kDeadBand) return;
+  if (x >= kBoardEdge || y >= kBoardEdge) return;
+  const int cx = kCircleInset + kCellPitch * static_cast<int>(std::floor(x / kCellPitch));
+  const int cy = kCircleInset + kCellPitch * static_cast<int>(std::floor(y / kCellPitch));
+  f.Picture1.Circle(cx, cy, kCircleRadius, QBColor(f.Play.ColourIndex));
+
+  Selection& s = f.Sel;
+  if (s.ClickCount >= 0 && s.ClickCount < static_cast<int>(s.CentreX.size())) {
+    s.CentreX[static_cast<std::size_t>(s.ClickCount)] = static_cast<std::int16_t>(cx);
+    s.CentreY[static_cast<std::size_t>(s.ClickCount)] = static_cast<std::int16_t>(cy);
+  }
+  ++s.ClickCount;
+  f.Grid1.SetRow(cy / kCellPitch);
+  f.Grid1.SetCol(cx / kCellPitch);
+  s.Letters += f.Grid1.Text();
+
+  if (!StartsAnyWord(f.List1, s.Letters)) {
+    f.runtime.MsgBox("This does not match to any available word", vbCritical);
+    // Wiped last click first, in white; the next word keeps its colour.
+    for (int i = static_cast<int>(Len(s.Letters)) - 1; i >= 0; --i) {
+      if (i >= static_cast<int>(s.CentreX.size())) continue;
+      f.Picture1.Circle(s.CentreX[static_cast<std::size_t>(i)], s.CentreY[static_cast<std::size_t>(i)],
+                        kCircleRadius, QBColor(kEraser));
+    }
+    s.ClickCount = 0;
+    s.Letters.clear();
+    return;
+  }
+  for (int i = 0; i < f.List1.ListCount(); ++i) {
+    if (f.List1.List(i) != s.Letters) continue;
+    f.List1.RemoveItem(i);
+    f.runtime.Beep();
+    ++f.Play.ColourIndex;
+    if (f.Play.ColourIndex == kColourCount) f.Play.ColourIndex = 0;
+    s.ClickCount = 0;
+    s.Letters.clear();
+    return;
+  }
+}
+
+namespace {
+
+// The win: both records tested, each against its own value, strictly; the
+// overall one stored; then the message, and only after it the clock stops.
+void WinSequence(Form1& f) {
+  const auto taken = [&f] { return f.runtime.Now() - f.Play.StartTime; };
+  RecordBook& r = f.Records;
+  if (taken() < r.BestTime || r.BestTime == 0) {
+    r.BestTime = taken();
+    r.BestTitle = f.List2.Text();
+    f.store.WriteProfileValue(kSettingsForReading, "Time", Format(r.BestTime));
+    f.store.WriteProfileValue(kSettingsForReading, "Title", r.BestTitle);
+  }
+  if (taken() < r.RunBestTime || r.RunBestTime == 0) {
+    r.RunBestTitle = f.List2.Text();
+    r.RunBestTime = taken();
+  }
+  f.runtime.MsgBox("You have won - you took " + FormatTime(taken()) + " to find " +
+                       Format(f.Play.WordCount) + " words from " + f.List2.Text(),
+                   vbInformation);
+  f.Timer1.SetEnabled(false);
+  f.Play.WonFlag = 1;
+}
+
+}  // namespace
+
+void Form1_Timer1_Timer(Form1& f) {
+  f.Label1.SetCaption("Time Taken " + FormatTime(f.runtime.Now() - f.Play.StartTime));
+  if (f.Check1.Value() == 1) return;
+  if (f.Play.WonFlag == 0 && f.List1.ListCount() == 0) WinSequence(f);
+}
+
+void Form1_Command2_Click(Form1& f) {
+  f.Timer2.SetEnabled(false);
+  f.runtime.ShowModal(f.Designer);
+  // The shimmer comes back only when no game is on the board.
+  if (!f.Timer1.Enabled()) f.Timer2.SetEnabled(true);
+  f.List2.Clear();
+  ListGames(f.store, f.List2, /*gamesStops=*/true);
+}
+
+void Form1_Command3_Click(Form1& f) {
+  Form3& sheet = f.Sheet();
+  sheet.Picture1.SetPicture(f.Picture1.Picture());
+  sheet.List1.Clear();
+  for (int i = 0; i < f.List1.ListCount(); ++i) sheet.List1.AddItem(f.List1.List(i));
+  f.runtime.PrintForm(sheet);
+}
+
+void Form1_Command4_Click(Form1& f) {
+  const RecordBook& r = f.Records;
+  std::string overall;
+  if (r.BestTime != 0) overall = "Fastest overall time " + FormatTime(r.BestTime) + " on " + r.BestTitle;
+  std::string run;
+  if (r.RunBestTime != 0) {
+    run = "Fastest time this sesion " + FormatTime(r.RunBestTime) + " on " + r.RunBestTitle;
+  }
+  if (r.BestTime == 0) return;
+  f.runtime.MsgBox(overall + "\r\r" + run, vbOKOnly);
+}
+
+void Form1_Command5_Click(Form1& f) {
+  if (f.runtime.MsgBox("Are you sure you wish to clear statistics?", vbYesNoQuestion) == vbNo) return;
+  f.Records.BestTime = 0;
+  f.Records.RunBestTime = 0;
+  f.store.WriteProfileValue(kSettingsForReading, "Time", "0");
 }
 
 }  // namespace pelmora

@@ -6,13 +6,16 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "designer/form2.h"
 #include "platform/controls.h"
 #include "platform/form.h"
 #include "platform/grid.h"
 #include "platform/runtime.h"
+#include "play/printed_sheet.h"
 #include "profile/profile_store.h"
 
 namespace pelmora {
@@ -68,10 +71,47 @@ class Form1 : public Form {
   PlayState Play;
   RecordBook Records;
   Selection Sel;
+
+  // The designer, shown modally by Command2.
+  Form2 Designer;
+
+  // The printed sheet, created hidden by the first print.
+  Form3& Sheet();
+
+ private:
+  std::unique_ptr<Form3> sheet_;
 };
 
 void Form1_Form_Load(Form1& f);
 void Form1_Check1_Click(Form1& f);
 void Form1_Check2_Click(Form1& f);
+
+// A click on a game's name deals it: the whole new-game sequence runs in
+// Command1's handler (StartNewGame), a button the player never sees.
+void Form1_List2_Click(Form1& f);
+void Form1_Command1_Click(Form1& f);
+inline void StartNewGame(Form1& f) { Form1_Command1_Click(f); }
+
+// The idle shuffle: while no game is dealt, a new field of random letters
+// every 100 ms.
+void Form1_Timer2_Timer(Form1& f);
+
+// A press on the board: snapped to its cell, ringed, and judged at once
+// against the words still listed. Any button, any modifier.
+void Form1_Picture1_MouseDown(Form1& f, int button, int shift, float x, float y);
+
+// The game clock: the time taken on every tick, and the win once the list is
+// empty (never while practice mode is ticked).
+void Form1_Timer1_Timer(Form1& f);
+
+// Designer: the game editor, modal; the game list is read anew afterwards.
+void Form1_Command2_Click(Form1& f);
+
+// Print: the clean board and the words still to find, on the default printer.
+void Form1_Command3_Click(Form1& f);
+
+// Statistics and Clear Statistics: the fastest times, shown and cleared.
+void Form1_Command4_Click(Form1& f);
+void Form1_Command5_Click(Form1& f);
 
 }  // namespace pelmora

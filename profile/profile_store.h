@@ -38,6 +38,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/event_door.h"
 #include "platform/file_system.h"
@@ -86,14 +87,24 @@ class ProfileStore final : public WriteGroup {
 
  private:
   class Model;
+  // A write the disk hasn't seen yet, kept to be made again on a fresh parse
+  // when someone else changes the file meanwhile.
+  struct Change {
+    std::string section, key, value;
+  };
+  // Brings the model up to date with the file; false when the file exists but
+  // can't be read (then nothing may be written over it).
   bool Revalidate();
 
   std::string path_;
   FileSystem& fs_;
   std::unique_ptr<Model> model_;
-  int depth_ = 0;          // nesting of handlers
-  bool checkFile_ = true;  // look at the file's identity before the next read
-  bool pending_ = false;   // memory holds writes the disk hasn't seen
+  FileIdentity identity_;        // the file as the model last saw it
+  std::vector<Change> changes_;  // the pending writes, in order
+  int depth_ = 0;                // nesting of handlers
+  bool checkFile_ = true;        // look at the file's identity before the next read
+  bool pending_ = false;         // memory holds writes the disk hasn't seen
+  bool readable_ = true;         // false while the file exists but can't be read
 };
 
 }  // namespace pelmora

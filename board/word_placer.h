@@ -1,0 +1,50 @@
+#pragma once
+// WordPlacer: hides the words of a game in the freshly cleared Board, each on
+// a straight line in one of eight directions, crossing earlier words where
+// the letters agree.
+//
+// A word's direction is drawn first and kept through 500 start cells before
+// a new one is drawn. Each try draws a start cell (the row, then the column),
+// runs the direction's bound tests, then walks the word's cells from that
+// cell without writing: six directions take a lead step onto a cell that
+// must be free, and every direction stops one cell short of its far edge.
+// Only a walk that passes is walked again to write the letters.
+//
+// No deal can hang: a word of more than 13 characters fits no direction and
+// is never tried, and a word still unplaced after 64 direction draws is
+// settled by listing every legal (direction, cell) pair and drawing one, or
+// left out when there is none.
+
+#include <string>
+#include <vector>
+
+#include "platform/grid.h"
+#include "platform/random.h"
+#include "profile/game_library.h"
+
+namespace pelmora {
+
+inline constexpr int kTryLimit = 500;           // start cells per drawn direction
+inline constexpr int kDirectionDrawLimit = 64;  // direction draws before the exhaustive search
+inline constexpr int kLongestWord = 13;         // the longest word any direction can hold
+
+// The eight directions, numbered as the draw numbers them.
+enum Direction { kRight, kLeft, kDown, kUp, kDownRight, kUpLeft, kUpRight, kDownLeft };
+
+// Places the words of slots 0 to wordCount (slot 0 is the empty word, which
+// draws like any word and writes nothing) on the grid through its cursor.
+// Returns the slots of the words that were left out, in slot order.
+std::vector<int> PlaceWordList(FlexGrid& grid, RandomSource& random, const WordSlots& slots,
+                               int wordCount);
+
+// One try, for tests and the exhaustive search: whether the word (as its
+// characters) passes the bound tests and the test walk from the drawn cell
+// (row, col) in direction. Moves the cursor; writes nothing.
+bool TryPlacement(FlexGrid& grid, const std::vector<std::string>& letters, int direction, int row,
+                  int col);
+
+// Writes the word from the drawn cell in direction; the try must have passed.
+void WriteWord(FlexGrid& grid, const std::vector<std::string>& letters, int direction, int row,
+               int col);
+
+}  // namespace pelmora

@@ -1,0 +1,305 @@
+#include "designer/form2.h"
+
+#include <algorithm>
+
+#include "platform/runtime_helpers.h"
+#include "platform/text.h"
+
+namespace pelmora {
+
+namespace {
+
+constexpr int kWordMaxLength = 15;
+constexpr int kNameMaxLength = 30;
+constexpr TwipRect kFirstBox = {3120, 360, 2535, 285};
+
+const char* const kGiveAName = "Please give your game a name";
+const char* const kChooseAnotherName = "Please choose another name for your game";
+const char* const kSaveChanges = "Save changes made?";
+const char* const kBlankCellWarning =
+    "WARNING - You have a blank word cell followed by full word cells - all words after the "
+    "blank word cell will be lost on saving";
+
+std::string OverwriteQuestion(const std::string& name) {
+  return "You already have a game called " + name + " - do you wish to overwrite it?";
+}
+
+// Names the file can't hold as typed: the markers of its own sections, a
+// blank at either end (trimmed away on reading) and a name in quotes (which
+// reading strips).
+bool NameRefused(const std::string& name) {
+  if (name.empty()) return false;
+  const std::string upper = UCase(name);
+  if (upper == "GAMES" || upper == "SETTINGS") return true;
+  if (name.front() == ' ' || name.back() == ' ') return true;
+  return name.size() >= 2 && name.front() == name.back() && (name.front() == '"' || name.front() == '\'');
+}
+
+// A word as Exit stores it: every blank removed, everything else kept.
+std::string RemoveBlanks(std::string_view word) {
+  std::string out;
+  for (char c : word) {
+    if (c != ' ') out += c;
+  }
+  return out;
+}
+
+}  // namespace
+
+std::string NormaliseWord(std::string_view word) {
+  std::string out;
+  for (const std::string& ch : Chars(word)) {
+    const std::string upper = UCase(ch);
+    if (upper.size() == 1 && upper[0] >= 'A' && upper[0] <= 'Z') out += ch;
+  }
+  return out;
+}
+
+Form2::Form2(Runtime& rt, ProfileStore& profile)
+    : Form("Form2", "Create Pelmora", 6915, 5655),
+      runtime(rt),
+      store(profile),
+      List1("List1", {240, 360, 2535, 1035}, 0, /*sorted=*/false),
+      Text1("Text1", {240, 1800, 2535, 285}, 1, kNameMaxLength),
+      Command1("Command1", {240, 2400, 1215, 495}, 3, "New Entry"),
+      Command2("Command2", {240, 3120, 1215, 495}, 4, "Delete"),
+      Command3("Command3", {240, 3840, 1215, 495}, 5, "Save"),
+      Command4("Command4", {240, 4560, 1215, 495}, 9, "Exit"),
+      Label1("Label1", {240, 120, 2415, 255}, 6, "Available Games"),
+      Label2("Label2", {3120, 120, 3855, 255}, 7,
+             "Edit Word List (char A - Z only - others are removed) "),
+      Label3("Label3", {240, 1560, 2535, 255}, 8, "Edit Game Name") {
+  text_[1] = std::make_unique<TextBox>("Text(1)", kFirstBox, 2, kWordMaxLength);
+  BindBox(*text_[1], 1);
+  LoadEvent = [this] { Form2_Form_Load(*this); };
+  ActivateEvent = [this] { Form2_Form_Activate(*this); };
+  // The close box and Escape act as Exit, prompts and all.
+  CloseRequested = [this] { Form2_Command4_Click(*this); };
+  List1.Click = [this] { Form2_List1_Click(*this); };
+  Text1.KeyDown = [this](int code, int shift) { Form2_Text1_KeyDown(*this, code, shift); };
+  Text1.KeyPress = [this](int& ascii) { Form2_Text1_KeyPress(*this, ascii); };
+  Command1.Click = [this] { Form2_Command1_Click(*this); };
+  Command2.Click = [this] { Form2_Command2_Click(*this); };
+  Command3.Click = [this] { Form2_Command3_Click(*this); };
+  Command4.Click = [this] { Form2_Command4_Click(*this); };
+}
+
+void Form2::BindBox(TextBox& box, int index) {
+  box.KeyDown = [this, index](int code, int shift) { Form2_Text_KeyDown(*this, index, code, shift); };
+  box.KeyPress = [this, index](int& ascii) { Form2_Text_KeyPress(*this, index, ascii); };
+}
+
+std::vector<Control*> Form2::Controls() {
+  std::vector<Control*> out = {&List1,    &Text1,    text_[1].get(), &Command1, &Command2,
+                               &Command3, &Command4, &Label1,        &Label2,   &Label3};
+  for (int i = 2; i <= kWordsPerGame; ++i) {
+    if (text_[static_cast<std::size_t>(i)]) out.push_back(text_[static_cast<std::size_t>(i)].get());
+  }
+  return out;
+}
+
+TextBox* Form2::Text(int i) const {
+  if (i < 1 || i > kWordsPerGame) return nullptr;
+  return text_[static_cast<std::size_t>(i)].get();
+}
+
+WordBoxes Form2::Boxes() const {
+  WordBoxes boxes{};
+  for (int i = 1; i <= kWordsPerGame; ++i) boxes[static_cast<std::size_t>(i)] = Text(i);
+  return boxes;
+}
+
+// Each load makes the form anew from its design: empty boxes and list, and
+// the control array back to its one element.
+void Form2::ResetToDesign() {
+  for (int i = 2; i <= kWordsPerGame; ++i) text_[static_cast<std::size_t>(i)].reset();
+  List1.Clear();
+  Text1.SetText("");
+  text_[1]->SetText("");
+  text_[1]->SetTabIndex(2);
+  Command1.SetTabIndex(3);
+  Command2.SetTabIndex(4);
+  Command3.SetTabIndex(5);
+  Label1.SetTabIndex(6);
+  Label2.SetTabIndex(7);
+  Label3.SetTabIndex(8);
+  Command4.SetTabIndex(9);
+}
+
+namespace {
+
+// Giving a control a TabIndex moves every control at or behind that place
+// one place on, as the runtime does.
+void InsertAtTabIndex(Form2& f, Control& control, int index) {
+  for (Control* c : f.Controls()) {
+    if (c != &control && c->TabIndex() >= index) c->SetTabIndex(c->TabIndex() + 1);
+  }
+  control.SetTabIndex(index);
+}
+
+void EmptyBoxes(Form2& f) {
+  for (int i = 1; i <= kWordsPerGame; ++i) {
+    if (TextBox* box = f.Text(i)) box->SetText("");
+  }
+}
+
+}  // namespace
+
+void Form2_Form_Load(Form2& f) {
+  f.ResetToDesign();
+  f.Top = 0;
+  f.Left = 0;
+  f.Design.DirtyFlag = 0;
+  f.Design.EditedSlot = 0;
+  f.Design.BoxesStandForNoGame = false;
+  TextBox& first = *f.Text(1);
+  int running = first.Top();
+  ListGames(f.store, f.List1, /*gamesStops=*/true);
+  for (int i = 2; i <= kWordsPerGame; ++i) {
+    auto box = std::make_unique<TextBox>("Text(" + std::to_string(i) + ")",
+                                         TwipRect{first.Left(), first.Top(), first.Width(), first.Height()},
+                                         first.TabIndex(), first.MaxLength());
+    box->SetVisible(false);
+    f.BindBox(*box, i);
+    TextBox& b = *box;
+    f.text_[static_cast<std::size_t>(i)] = std::move(box);
+    running += first.Height();
+    b.SetTop(running);
+    b.SetLeft(first.Left());
+    b.SetWidth(first.Width());
+    b.SetHeight(first.Height());
+    b.SetVisible(true);
+    b.SetMaxLength(kWordMaxLength);
+    InsertAtTabIndex(f, b, i + 1);
+  }
+  LoadWordBoxes(f.store, f.List1.List(0), f.Boxes());
+  f.Text1.SetText(f.List1.List(0));
+}
+
+void Form2_Form_Activate(Form2& f) { f.Design.DirtyFlag = 0; }
+
+namespace {
+
+// Save, telling its callers whether it wrote (which only the rule against
+// a blank entry taking another game's slot needs to know).
+bool SaveGame(Form2& f) {
+  DesignerState& d = f.Design;
+  if (d.DirtyFlag != 1) return false;
+  const std::string name = f.Text1.Text();
+  if (name.empty() && !f.Text(1)->Text().empty()) {
+    f.runtime.MsgBox(kGiveAName, vbCritical);
+    return false;
+  }
+  if (NameRefused(name)) {
+    f.runtime.MsgBox(kChooseAnotherName, vbCritical);
+    return false;
+  }
+  d.DirtyFlag = 0;
+  for (int i = 0; i < f.List1.ListCount(); ++i) {
+    if (!name.empty() && UCase(name) == UCase(f.List1.List(i))) {
+      if (f.runtime.MsgBox(OverwriteQuestion(name), vbYesNoQuestion) == vbNo) return false;
+    }
+  }
+  for (int i = 2; i <= kWordsPerGame; ++i) {
+    if (f.Text(i - 1)->Text().empty() && !f.Text(i)->Text().empty()) {
+      f.runtime.MsgBox(kBlankCellWarning, vbInformation);
+      break;
+    }
+  }
+  if (f.runtime.MsgBox(kSaveChanges, vbYesNoQuestion) == vbNo) return false;
+
+  if (!name.empty() && (d.EditedSlot < 0 || d.BoxesStandForNoGame)) {
+    d.EditedSlot = static_cast<std::int16_t>(f.List1.ListCount());
+    d.BoxesStandForNoGame = false;
+  }
+  const int listed = f.List1.ListCount();
+  WriteGameEntry(f.store, d.EditedSlot + 1, name, f.Boxes(), NormaliseWord);
+  // A blanked slot is always closed, so positions in the list and slots in
+  // the file keep agreeing.
+  const int count = name.empty() ? std::max<int>(d.CompactCount, listed) : d.CompactCount;
+  if (count > 0) CompactIndex(f.store, count);
+
+  d.DirtyFlag = 0;
+  f.List1.Clear();
+  ListGames(f.store, f.List1, /*gamesStops=*/true);
+  for (int i = 1; i <= kWordsPerGame; ++i) {
+    if (f.Text1.Text().empty()) break;
+    if (f.List1.List(d.EditedSlot).empty()) break;
+    ProfileValue v = f.store.ReadProfileValue(f.Text1.Text(), Format(i), kEndMarker);
+    if (v.text == kEndMarker || v.text == kGamesMarker) break;
+    f.Text(i)->SetText(std::move(v.text));
+  }
+  return true;
+}
+
+}  // namespace
+
+void Form2_List1_Click(Form2& f) {
+  SaveGame(f);
+  f.Design.EditedSlot = static_cast<std::int16_t>(f.List1.ListIndex());
+  f.Design.BoxesStandForNoGame = false;
+  EmptyBoxes(f);
+  LoadWordBoxes(f.store, f.List1.Text(), f.Boxes());
+  f.Text1.SetText(f.List1.Text());
+}
+
+void Form2_Text_KeyDown(Form2& f, int, int, int) { f.Design.DirtyFlag = 1; }
+void Form2_Text_KeyPress(Form2& f, int, int&) { f.Design.DirtyFlag = 1; }
+void Form2_Text1_KeyDown(Form2& f, int, int) { f.Design.DirtyFlag = 1; }
+
+void Form2_Text1_KeyPress(Form2& f, int&) {
+  f.List1.Clear();
+  ListGames(f.store, f.List1, /*gamesStops=*/true);
+  f.Design.DirtyFlag = 1;
+}
+
+void Form2_Command1_Click(Form2& f) {
+  if (f.Design.DirtyFlag == 1) SaveGame(f);
+  f.Design.EditedSlot = static_cast<std::int16_t>(f.List1.ListCount());
+  f.Design.BoxesStandForNoGame = false;
+  f.Text1.SetText("");
+  if (f.runtime.MsgBox("Keep words from existing game?", vbYesNoQuestion) == vbNo) {
+    EmptyBoxes(f);
+    f.Text1.SetFocus();
+  }
+}
+
+void Form2_Command2_Click(Form2& f) {
+  f.Design.CompactCount = static_cast<std::int16_t>(f.List1.ListCount());
+  f.Text1.SetText("");
+  EmptyBoxes(f);
+  f.Design.DirtyFlag = 1;
+  if (SaveGame(f)) f.Design.BoxesStandForNoGame = true;
+}
+
+void Form2_Command3_Click(Form2& f) { SaveGame(f); }
+
+void Form2_Command4_Click(Form2& f) {
+  DesignerState& d = f.Design;
+  if (d.DirtyFlag == 1) {
+    const std::string name = f.Text1.Text();
+    if (name.empty() && !f.Text(1)->Text().empty()) {
+      f.runtime.MsgBox(kGiveAName, vbCritical);
+      return;
+    }
+    if (NameRefused(name)) {
+      f.runtime.MsgBox(kChooseAnotherName, vbCritical);
+      return;
+    }
+    for (int i = 0; i < f.List1.ListCount(); ++i) {
+      if (!name.empty() && UCase(name) == UCase(f.List1.List(i))) {
+        if (f.runtime.MsgBox(OverwriteQuestion(name), vbYesNoQuestion) == vbNo) return;
+      }
+    }
+    if (f.runtime.MsgBox(kSaveChanges, vbYesNoQuestion) == vbYes) {
+      if (!name.empty() && (d.EditedSlot < 0 || d.BoxesStandForNoGame)) {
+        d.EditedSlot = static_cast<std::int16_t>(f.List1.ListCount());
+      }
+      WriteGameEntry(f.store, d.EditedSlot + 1, name, f.Boxes(), RemoveBlanks);
+      if (name.empty() && f.List1.ListCount() > 0) CompactIndex(f.store, f.List1.ListCount());
+    }
+  }
+  f.runtime.Unload(f);
+}
+
+}  // namespace pelmora

@@ -1,0 +1,34 @@
+#pragma once
+// The interpreter of pelmora-script: runs the program's handlers with no
+// window, driven by a text script, with a clock and a random source that the
+// script controls. One instance is one run of the program.
+
+#include <istream>
+#include <memory>
+#include <ostream>
+#include <string>
+
+namespace pelmora {
+
+class ScriptRunner {
+ public:
+  // iniPath: the profile file of the run (need not exist).
+  ScriptRunner(std::string iniPath, std::ostream& out, std::ostream& err);
+  ~ScriptRunner();
+
+  // Runs the whole script; returns the exit status: 0 when it ran to its end,
+  // 2 on a script error, 3 when queued answers were left unused. On 2 and 3
+  // the last line written to err says why, with the line number.
+  int Run(std::istream& script);
+
+  // Renders a printed sheet to path (.pdf or .png); set by a front end that
+  // can draw. Returns false on failure.
+  using SheetRenderer = bool (*)(void* context, class Form& form, const std::string& path);
+  void SetSheetRenderer(SheetRenderer renderer, void* context);
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace pelmora
