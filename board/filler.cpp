@@ -1,13 +1,19 @@
 #include "board/filler.h"
 
+#include <algorithm>
+
 #include "board/board.h"
-#include "platform/runtime_helpers.h"
 
 namespace pelmora {
 
 char FillerLetter(double rnd) {
-  const auto code = RoundToWhole(rnd * 25 + 65);
-  return static_cast<char>(code ? *code : 'A');
+  // Rounding as an assignment rounds (a half to the even neighbour), done by
+  // hand: the value is positive and small, and a fill rounds 225 of them.
+  const double v = rnd * 25 + 65;
+  int code = static_cast<int>(v);
+  const double fraction = v - code;
+  if (fraction > 0.5 || (fraction == 0.5 && (code & 1) != 0)) ++code;
+  return static_cast<char>(std::clamp(code, int{'A'}, int{'Z'}));
 }
 
 namespace {

@@ -1,7 +1,5 @@
 #include "board/word_placer.h"
 
-#include <cmath>
-
 #include "platform/text.h"
 
 namespace pelmora {
@@ -44,47 +42,59 @@ bool BoundRejects(int direction, int rows, int cols, int length, int r, int c) {
   }
 }
 
-// Moves the cursor one step along an axis and runs that axis's stop test:
-// arriving on the far edge of the direction of travel rejects the try, and
-// so does a step that would leave the board (the cursor stays on the edge).
-bool StepRowAndTest(FlexGrid& grid, int step) {
-  if (step == 0) return true;
-  if (!grid.SetRow(grid.Row() + step)) return false;
-  return grid.Row() != (step > 0 ? grid.Rows() - 1 : 0);
-}
+// Where the walk stands after step k (k = 0 is the lead step), counted from
+// the drawn cell.
+int StepsAt(const Heading& h, int k) { return h.leadStep ? k + 1 : k; }
 
-bool StepColAndTest(FlexGrid& grid, int step) {
-  if (step == 0) return true;
-  if (!grid.SetCol(grid.Col() + step)) return false;
-  return grid.Col() != (step > 0 ? grid.Cols() - 1 : 0);
-}
-
-// The rows come first on a diagonal, then the columns.
-bool Step(FlexGrid& grid, const Heading& h) {
-  return StepRowAndTest(grid, h.rowStep) && StepColAndTest(grid, h.colStep);
-}
-
-int Floor(double v) { return static_cast<int>(std::floor(v)); }
+// The floor of a draw scaled up: draws are never negative, so truncation is
+// the floor, without a call into the maths library on every try.
+int Floor(double v) { return static_cast<int>(v); }
 
 }  // namespace
 
-bool TryPlacement(FlexGrid& grid, const std::vector<std::string>& letters, int direction, int row,
-                  int col) {
+Letters SplitLetters(std::string_view word) {
+  Letters letters;
+  letters.reserve(word.size());
+  for (std::size_t i = 0; i < word.size();) {
+    const std::size_t n = Left(word.substr(i), 1).size();
+    letters.push_back(word.substr(i, n));
+    i += n;
+  }
+  return letters;
+}
+
+bool TryPlacement(const FlexGrid& grid, const Letters& letters, int direction, int row, int col) {
   const int length = static_cast<int>(letters.size());
-  if (BoundRejects(direction, grid.Rows(), grid.Cols(), length, row, col)) return false;
-  if (!grid.SetRow(row) || !grid.SetCol(col)) return false;
+  const int rows = grid.Rows();
+  const int cols = grid.Cols();
+  if (BoundRejects(direction, rows, cols, length, row, col)) return false;
+  if (row < 0 || row >= rows || col < 0 || col >= cols) return false;
   const Heading& h = kHeadings[direction];
-  for (int k = h.leadStep ? 0 : 1; k <= length; ++k) {
-    if (!Step(grid, h)) return false;
-    const std::string& cell = grid.Text();
+  // The stop tests: no step may arrive on the far edge of its direction of
+  // travel (nor leave the board). The walk moves one way on each axis, so
+  // its last step is the one that comes nearest to that edge.
+  const int firstStep = h.leadStep ? 0 : 1;
+  if (length >= firstStep) {
+    const int last = StepsAt(h, length);
+    const int lastRow = row + h.rowStep * last;
+    const int lastCol = col + h.colStep * last;
+    if (h.rowStep > 0 && lastRow >= rows - 1) return false;
+    if (h.rowStep < 0 && lastRow <= 0) return false;
+    if (h.colStep > 0 && lastCol >= cols - 1) return false;
+    if (h.colStep < 0 && lastCol <= 0) return false;
+  }
+  // The cell tests, step by step: a lead cell must be free; a letter cell
+  // passes when free or holding the same letter.
+  for (int k = firstStep; k <= length; ++k) {
+    const int n = StepsAt(h, k);
+    const std::string& cell = grid.CellAt(row + h.rowStep * n, col + h.colStep * n).text;
     if (cell.empty()) continue;
-    // A lead cell must be free; a letter cell passes only with the same letter.
     if (k == 0 || cell != letters[static_cast<std::size_t>(k - 1)]) return false;
   }
   return true;
 }
 
-void WriteWord(FlexGrid& grid, const std::vector<std::string>& letters, int direction, int row,
+void WriteWord(FlexGrid& grid, const Letters& letters, int direction, int row,
                int col) {
   grid.SetCol(col);
   grid.SetRow(row);
@@ -99,31 +109,51 @@ void WriteWord(FlexGrid& grid, const std::vector<std::string>& letters, int dire
 
 namespace {
 
-// Every legal (direction, drawn cell) pair, one drawn at random: the last
-// resort for a word that the random tries could not place.
-bool PlaceExhaustively(FlexGrid& grid, RandomSource& random, const std::vector<std::string>& letters) {
-  struct Pair {
-    int direction, row, col;
-  };
-  std::vector<Pair> legal;
+// After this many direction draws a word is checked for having any place at
+// all: one that has none is left out at once rather than after all 64 draws.
+// The outcome is the same (no draw could ever have placed it); only the time
+// of a hopeless deal changes, from milliseconds to microseconds.
+constexpr int kHopelessCheckAfter = 4;
+
+struct Placement {
+  int direction, row, col;
+};
+
+// Every legal (direction, drawn cell) pair on the board as it stands; with
+// firstOnly, stops at the first.
+std::vector<Placement> LegalPlacements(const FlexGrid& grid, const Letters& letters,
+                                       bool firstOnly) {
+  std::vector<Placement> legal;
   for (int d = 0; d < 8; ++d) {
     for (int r = 0; r < grid.Rows(); ++r) {
       for (int c = 0; c < grid.Cols(); ++c) {
-        if (TryPlacement(grid, letters, d, r, c)) legal.push_back({d, r, c});
+        if (!TryPlacement(grid, letters, d, r, c)) continue;
+        legal.push_back({d, r, c});
+        if (firstOnly) return legal;
       }
     }
   }
+  return legal;
+}
+
+// The last resort for a word that the random tries could not place: one of
+// its legal placements, drawn at random.
+bool PlaceExhaustively(FlexGrid& grid, RandomSource& random, const Letters& letters) {
+  const std::vector<Placement> legal = LegalPlacements(grid, letters, /*firstOnly=*/false);
   if (legal.empty()) return false;
   random.Randomize();
   const auto pick = static_cast<std::size_t>(Floor(random.Rnd() * static_cast<double>(legal.size())));
-  const Pair& p = legal[std::min(pick, legal.size() - 1)];
+  const Placement& p = legal[std::min(pick, legal.size() - 1)];
   WriteWord(grid, letters, p.direction, p.row, p.col);
   return true;
 }
 
 // One word's turn: directions drawn and kept for 500 start cells each.
-bool PlaceWord(FlexGrid& grid, RandomSource& random, const std::vector<std::string>& letters) {
+bool PlaceWord(FlexGrid& grid, RandomSource& random, const Letters& letters) {
   for (int draws = 0; draws < kDirectionDrawLimit; ++draws) {
+    if (draws == kHopelessCheckAfter && LegalPlacements(grid, letters, /*firstOnly=*/true).empty()) {
+      return false;
+    }
     random.Randomize();
     const int direction = Floor(random.Rnd() * 8);
     for (int tryCount = 1; tryCount <= kTryLimit; ++tryCount) {
@@ -146,7 +176,7 @@ std::vector<int> PlaceWordList(FlexGrid& grid, RandomSource& random, const WordS
                                int wordCount) {
   std::vector<int> leftOut;
   for (int slot = 0; slot <= wordCount && slot < static_cast<int>(slots.size()); ++slot) {
-    const std::vector<std::string> letters = Chars(slots[static_cast<std::size_t>(slot)]);
+    const Letters letters = SplitLetters(slots[static_cast<std::size_t>(slot)]);
     const bool placed =
         static_cast<int>(letters.size()) <= kLongestWord && PlaceWord(grid, random, letters);
     // Slot 0 is the empty word: it always fits and is no word of the game.

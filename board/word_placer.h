@@ -11,11 +11,13 @@
 // Only a walk that passes is walked again to write the letters.
 //
 // No deal can hang: a word of more than 13 characters fits no direction and
-// is never tried, and a word still unplaced after 64 direction draws is
-// settled by listing every legal (direction, cell) pair and drawing one, or
-// left out when there is none.
+// is never tried; a word still unplaced after 64 direction draws is settled
+// by listing every legal (direction, cell) pair and drawing one, or left out
+// when there is none; and a word with no legal place at all is found out
+// after 4 direction draws and left out then.
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/grid.h"
@@ -31,20 +33,23 @@ inline constexpr int kLongestWord = 13;         // the longest word any directio
 // The eight directions, numbered as the draw numbers them.
 enum Direction { kRight, kLeft, kDown, kUp, kDownRight, kUpLeft, kUpRight, kDownLeft };
 
+// The characters of a word, each a view into the word's text.
+using Letters = std::vector<std::string_view>;
+Letters SplitLetters(std::string_view word);
+
 // Places the words of slots 0 to wordCount (slot 0 is the empty word, which
 // draws like any word and writes nothing) on the grid through its cursor.
 // Returns the slots of the words that were left out, in slot order.
 std::vector<int> PlaceWordList(FlexGrid& grid, RandomSource& random, const WordSlots& slots,
                                int wordCount);
 
-// One try, for tests and the exhaustive search: whether the word (as its
-// characters) passes the bound tests and the test walk from the drawn cell
-// (row, col) in direction. Moves the cursor; writes nothing.
-bool TryPlacement(FlexGrid& grid, const std::vector<std::string>& letters, int direction, int row,
-                  int col);
+// One try: whether the word passes the direction's bound tests and the test
+// walk from the drawn cell (row, col). It reads the cells by address, which
+// gives the cursor walk's verdict without moving the cursor; writes nothing.
+bool TryPlacement(const FlexGrid& grid, const Letters& letters, int direction, int row, int col);
 
 // Writes the word from the drawn cell in direction; the try must have passed.
-void WriteWord(FlexGrid& grid, const std::vector<std::string>& letters, int direction, int row,
+void WriteWord(FlexGrid& grid, const Letters& letters, int direction, int row,
                int col);
 
 }  // namespace pelmora

@@ -33,18 +33,6 @@ void FlexGrid::Resize(int rows, int cols) {
 void FlexGrid::SetRows(int rows) { Resize(rows, cols_); }
 void FlexGrid::SetCols(int cols) { Resize(rows_, cols); }
 
-bool FlexGrid::SetRow(int row) {
-  if (row < 0 || row >= rows_) return false;
-  row_ = row;
-  return true;
-}
-
-bool FlexGrid::SetCol(int col) {
-  if (col < 0 || col >= cols_) return false;
-  col_ = col;
-  return true;
-}
-
 void FlexGrid::Clear() {
   for (GridCell& cell : cells_) cell = GridCell{};
 }

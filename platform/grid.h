@@ -26,8 +26,16 @@ class FlexGrid : public Control {
   int Row() const { return row_; }
   int Col() const { return col_; }
   // A put outside the grid fails and leaves the cursor where it is.
-  bool SetRow(int row);
-  bool SetCol(int col);
+  bool SetRow(int row) {
+    if (row < 0 || row >= rows_) return false;
+    row_ = row;
+    return true;
+  }
+  bool SetCol(int col) {
+    if (col < 0 || col >= cols_) return false;
+    col_ = col;
+    return true;
+  }
 
   const std::string& Text() const { return Cell().text; }
   void SetText(std::string_view text) { Cell().text = text; }

@@ -1,5 +1,7 @@
 #include "platform/random.h"
 
+#include <time.h>
+
 #include <chrono>
 
 namespace pelmora {
@@ -16,16 +18,29 @@ std::uint64_t Next(std::uint64_t& state) {
 
 double ToUnit(std::uint64_t bits) { return static_cast<double>(bits >> 11) * 0x1.0p-53; }
 
-std::uint64_t MonotonicNanoseconds() {
-  return static_cast<std::uint64_t>(
-      std::chrono::steady_clock::now().time_since_epoch().count());
+// The clock Randomize reads: a coarse one (a few milliseconds a step), which
+// costs a few nanoseconds to read. It stands still through a whole deal, as
+// the runtime's timer did; the state mixing keeps the draws apart.
+std::uint64_t FastClock() {
+#if defined(CLOCK_MONOTONIC_COARSE)
+  timespec ts{};
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &ts);
+  return static_cast<std::uint64_t>(ts.tv_sec) * 1000000000ULL + static_cast<std::uint64_t>(ts.tv_nsec);
+#else
+  return static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
+#endif
+}
+
+std::uint64_t WallNanoseconds() {
+  return static_cast<std::uint64_t>(std::chrono::system_clock::now().time_since_epoch().count());
 }
 
 }  // namespace
 
-ClockSeededRandom::ClockSeededRandom(std::function<std::uint64_t()> clockNanoseconds)
-    : clock_(clockNanoseconds ? std::move(clockNanoseconds) : MonotonicNanoseconds),
-      state_(clock_()) {}
+// The first seed also takes the wall clock, so two runs started in the same
+// processor cycle count (after a reboot) still differ.
+ClockSeededRandom::ClockSeededRandom(Clock clock)
+    : clock_(clock ? clock : FastClock), state_(clock_() ^ (clock ? 0 : WallNanoseconds())) {}
 
 void ClockSeededRandom::Randomize() { state_ ^= clock_() * 0xD1B54A32D192ED03ULL; }
 

@@ -4,7 +4,6 @@
 // re-seeded many times within one tick of the clock.
 
 #include <cstdint>
-#include <functional>
 
 namespace pelmora {
 
@@ -22,13 +21,15 @@ class RandomSource {
 // stands still never repeats a draw.
 class ClockSeededRandom final : public RandomSource {
  public:
-  // clockNanoseconds defaults to the system's monotonic clock.
-  explicit ClockSeededRandom(std::function<std::uint64_t()> clockNanoseconds = {});
+  using Clock = std::uint64_t (*)();
+  // clock defaults to a coarse monotonic clock, cheap to read (a deal reads
+  // it hundreds of times).
+  explicit ClockSeededRandom(Clock clock = nullptr);
   void Randomize() override;
   double Rnd() override;
 
  private:
-  std::function<std::uint64_t()> clock_;
+  Clock clock_;
   std::uint64_t state_;
 };
 

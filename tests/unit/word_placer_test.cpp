@@ -16,11 +16,7 @@ using testing::DrawFor;
 using testing::Rows;
 using testing::ScriptedRandom;
 
-std::vector<std::string> Letters(const char* w) {
-  std::vector<std::string> out;
-  for (const char* p = w; *p; ++p) out.emplace_back(1, *p);
-  return out;
-}
+pelmora::Letters Letters(const char* w) { return SplitLetters(w); }
 
 // Slot 0's turn on the empty board: direction 1 from (0, 5) passes at once.
 std::deque<double> Slot0Draws() { return {DrawFor(1, 8), DrawFor(0, 15), DrawFor(5, 15)}; }
@@ -100,7 +96,7 @@ TEST(WordPlacer, BoundAndWalkAgreeWithThePlacementTable) {
   // length, are exactly the ones the placement table lists.
   testing::TestBoard grid;
   for (int length = 1; length <= 14; ++length) {
-    const std::vector<std::string> word(static_cast<std::size_t>(length), "X");
+    const pelmora::Letters word(static_cast<std::size_t>(length), "X");
     for (int d = 0; d < 8; ++d) {
       for (int r = 0; r < 15; ++r) {
         for (int c = 0; c < 15; ++c) {
