@@ -6,6 +6,9 @@
 #include <string>
 
 #include "tools/pelmora-script/script_runner.h"
+#if PELMORA_SCRIPT_PRINTS
+#include "tools/pelmora-script/sheet_renderer.h"
+#endif
 
 int main(int argc, char** argv) {
   std::string ini;
@@ -25,6 +28,10 @@ int main(int argc, char** argv) {
     return 2;
   }
   pelmora::ScriptRunner runner(ini, std::cout, std::cerr);
+#if PELMORA_SCRIPT_PRINTS
+  pelmora::SheetRenderer sheets;
+  runner.SetSheetRenderer(pelmora::SheetRenderer::Callback, &sheets);
+#endif
   if (scriptPath.empty()) return runner.Run(std::cin);
   std::ifstream script(scriptPath, std::ios::binary);
   if (!script) {

@@ -1,0 +1,472 @@
+#include "platform/qt/control_views.h"
+
+#include <QFontMetrics>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QStyle>
+#include <algorithm>
+
+#include "platform/qt/form_window.h"
+#include "platform/qt/twips.h"
+
+namespace pelmora {
+
+namespace {
+
+QString ToQString(const std::string& s) {
+  return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size()));
+}
+
+QColor FromRgb(std::uint32_t rgb) {
+  return QColor(static_cast<int>((rgb >> 16) & 0xFF), static_cast<int>((rgb >> 8) & 0xFF),
+                static_cast<int>(rgb & 0xFF));
+}
+
+// The controls were laid out for a narrower face than the platform's
+// default; a caption that would be cut at the edge of its control is drawn
+// condensed instead, never below three quarters of its width.
+void FitCaption(QWidget& widget, const QString& text, int room, bool bold) {
+  QFont font = widget.parentWidget() ? widget.parentWidget()->font() : widget.font();
+  font.setBold(bold);
+  font.setStretch(QFont::Unstretched);
+  const int needed = QFontMetrics(font).horizontalAdvance(text);
+  if (room > 0 && needed > room) {
+    // Widths don't shrink in proportion (a condensed face may stand in), so
+    // step down from the proportional guess until the caption fits.
+    for (int stretch = std::min(99, room * 100 / needed); stretch >= 75; --stretch) {
+      font.setStretch(stretch);
+      if (QFontMetrics(font).horizontalAdvance(text) <= room) break;
+    }
+  }
+  widget.setFont(font);
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+// ControlView
+
+ControlView::ControlView(Control& model, FormWindow& window) : window_(window), model_(&model) {}
+
+ControlView::~ControlView() { Detach(); }
+
+void ControlView::Observe() {
+  model_->onChanged = [this](Change what, int index) { Sync(what, index); };
+}
+
+void ControlView::Detach() {
+  if (!model_) return;
+  model_->onChanged = nullptr;
+  model_ = nullptr;
+  Detached();
+}
+
+EventDoor& ControlView::Door() const { return window_.Door(); }
+
+void ControlView::SyncGeometry() {
+  QWidget* w = Widget();
+  if (!w || !model_) return;
+  w->setGeometry(TwipRectToPixels({model_->Left(), model_->Top(), model_->Width(), model_->Height()},
+                                  window_.Dpi()));
+}
+
+void ControlView::SyncVisible() {
+  QWidget* w = Widget();
+  if (!w || !model_) return;
+  w->setVisible(model_->Visible());
+}
+
+void ControlView::SyncColours(QPalette::ColorRole fore, QPalette::ColorRole back) {
+  QWidget* w = Widget();
+  if (!w || !model_ || (!model_->ForeColor && !model_->BackColor)) return;
+  QPalette palette = w->palette();
+  if (model_->ForeColor) palette.setColor(fore, FromRgb(*model_->ForeColor));
+  if (model_->BackColor) {
+    palette.setColor(back, FromRgb(*model_->BackColor));
+    w->setAutoFillBackground(true);
+  }
+  w->setPalette(palette);
+}
+
+bool ControlView::SyncCommon(Change what) {
+  switch (what) {
+    case Change::Geometry:
+      SyncGeometry();
+      return true;
+    case Change::Visible:
+      SyncVisible();
+      return true;
+    case Change::TabIndex:
+      window_.ApplyTabOrder();
+      return true;
+    default:
+      return false;
+  }
+}
+
+// ---------------------------------------------------------------------------
+// LabelView
+
+LabelView::LabelView(Label& model, FormWindow& window, QWidget* parent)
+    : QLabel(parent), ControlView(model, window) {
+  setAlignment(Qt::AlignLeft | Qt::AlignTop);
+  setTextFormat(Qt::PlainText);
+  SyncColours(QPalette::WindowText, QPalette::Window);
+  SyncGeometry();
+  SyncCaption();
+  SyncVisible();
+  Observe();
+}
+
+void LabelView::SyncCaption() {
+  if (!model_) return;
+  auto& label = static_cast<Label&>(*model_);
+  const QString caption = ToQString(label.Caption());
+  FitCaption(*this, caption, width(), label.FontBold);
+  setText(caption);
+}
+
+void LabelView::Sync(Change what, int) {
+  if (what == Change::Caption || what == Change::Geometry) {
+    SyncCommon(what);
+    SyncCaption();
+    return;
+  }
+  SyncCommon(what);
+}
+
+// ---------------------------------------------------------------------------
+// ButtonView
+
+ButtonView::ButtonView(CommandButton& model, FormWindow& window, QWidget* parent)
+    : QPushButton(parent), ControlView(model, window) {
+  setAutoDefault(false);
+  SyncGeometry();
+  const QString caption = ToQString(model.Caption());
+  FitCaption(*this, caption, width() - 2 * style()->pixelMetric(QStyle::PM_ButtonMargin), false);
+  setText(caption);
+  SyncVisible();
+  connect(this, &QAbstractButton::clicked, this, [this] {
+    auto* button = static_cast<CommandButton*>(model_);
+    if (!button) return;
+    Door().Dispatch([button] { button->UserClick(); });
+  });
+  Observe();
+}
+
+void ButtonView::Sync(Change what, int) { SyncCommon(what); }
+
+// ---------------------------------------------------------------------------
+// CheckView
+
+CheckView::CheckView(CheckBox& model, FormWindow& window, QWidget* parent)
+    : QCheckBox(parent), ControlView(model, window) {
+  setTristate(true);
+  SyncColours(QPalette::WindowText, QPalette::Window);
+  SyncGeometry();
+  const QString caption = ToQString(model.Caption());
+  const int indicator = style()->pixelMetric(QStyle::PM_IndicatorWidth, nullptr, this) +
+                        style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, nullptr, this);
+  FitCaption(*this, caption, width() - indicator, false);
+  setText(caption);
+  SyncValue();
+  SyncVisible();
+  connect(this, &QAbstractButton::clicked, this, [this] {
+    auto* box = static_cast<CheckBox*>(model_);
+    if (!box) return;
+    Door().Dispatch([box] { box->UserClick(); });
+    SyncValue();  // the handler may have put the value back
+  });
+  Observe();
+}
+
+void CheckView::SyncValue() {
+  if (!model_) return;
+  const int value = static_cast<CheckBox&>(*model_).Value();
+  setCheckState(value == 1 ? Qt::Checked : value == 2 ? Qt::PartiallyChecked : Qt::Unchecked);
+}
+
+void CheckView::Sync(Change what, int) {
+  if (what == Change::Value) SyncValue();
+  else SyncCommon(what);
+}
+
+// ---------------------------------------------------------------------------
+// ListView
+
+ListView::ListView(ListBox& model, FormWindow& window, QWidget* parent)
+    : QListWidget(parent), ControlView(model, window) {
+  setSelectionMode(QAbstractItemView::SingleSelection);
+  setUniformItemSizes(true);
+  setEditTriggers(QAbstractItemView::NoEditTriggers);
+  setDragEnabled(false);
+  SyncColours(QPalette::Text, QPalette::Base);
+  SyncGeometry();
+  for (const std::string& item : model.Items()) addItem(ToQString(item));
+  SyncSelection();
+  SyncVisible();
+  Observe();
+}
+
+void ListView::Sync(Change what, int index) {
+  switch (what) {
+    case Change::ItemAdded:
+      insertItem(index, ToQString(List().List(index)));
+      SyncSelection();  // rows below the insertion moved
+      return;
+    case Change::ItemRemoved:
+      delete takeItem(index);
+      SyncSelection();  // Qt moves the current row to a neighbour; the model doesn't
+      return;
+    case Change::Cleared:
+      clear();
+      return;
+    case Change::Selection:
+      SyncSelection();
+      return;
+    default:
+      SyncCommon(what);
+  }
+}
+
+void ListView::SyncSelection() {
+  if (!model_) return;
+  int row = List().ListIndex();
+  if (row >= count()) row = -1;
+  if (row == currentRow() && (row < 0 || item(row)->isSelected())) return;
+  if (row < 0) {
+    setCurrentRow(-1);
+    clearSelection();
+    return;
+  }
+  setCurrentRow(row);
+  scrollToItem(item(row));
+}
+
+void ListView::Select(int row) {
+  if (!model_ || row < 0 || row >= List().ListCount()) return;
+  ListBox* list = &List();
+  Door().Dispatch([list, row] { list->UserSelect(row); });
+  SyncSelection();
+}
+
+void ListView::mousePressEvent(QMouseEvent* event) {
+  const QModelIndex index = indexAt(event->position().toPoint());
+  if (event->button() == Qt::LeftButton && index.isValid()) Select(index.row());
+  event->accept();
+}
+
+// Dragging, releasing and double-clicking would let Qt move the selection
+// behind the model's back.
+void ListView::mouseMoveEvent(QMouseEvent* event) { event->accept(); }
+void ListView::mouseReleaseEvent(QMouseEvent* event) { event->accept(); }
+void ListView::mouseDoubleClickEvent(QMouseEvent* event) { event->accept(); }
+
+void ListView::keyPressEvent(QKeyEvent* event) {
+  CursorAction action;
+  switch (event->key()) {
+    case Qt::Key_Up: action = MoveUp; break;
+    case Qt::Key_Down: action = MoveDown; break;
+    case Qt::Key_Home: action = MoveHome; break;
+    case Qt::Key_End: action = MoveEnd; break;
+    case Qt::Key_PageUp: action = MovePageUp; break;
+    case Qt::Key_PageDown: action = MovePageDown; break;
+    default:
+      event->ignore();
+      return;
+  }
+  const QModelIndex target = moveCursor(action, event->modifiers());
+  if (target.isValid() && model_ && target.row() != List().ListIndex()) Select(target.row());
+  event->accept();
+}
+
+// ---------------------------------------------------------------------------
+// TextView
+
+namespace {
+
+// The character a key types, as KeyPress carries it, or 0 for a key that
+// types nothing. Backspace, Enter and Escape type their control codes;
+// other control characters (Ctrl+C and the like) belong to the editor.
+int KeyAsciiOf(const QKeyEvent& event) {
+  switch (event.key()) {
+    case Qt::Key_Backspace: return 8;
+    case Qt::Key_Return:
+    case Qt::Key_Enter: return 13;
+    case Qt::Key_Escape: return 27;
+    default: break;
+  }
+  const QList<uint> codePoints = event.text().toUcs4();
+  if (codePoints.size() != 1) return 0;
+  const uint c = codePoints.front();
+  if (c < 0x20 || c == 0x7F) return 0;
+  return static_cast<int>(c);
+}
+
+}  // namespace
+
+int KeyCodeOf(int qtKey) {
+  // Letters, digits and the space bar carry their own codes in both schemes.
+  if ((qtKey >= Qt::Key_A && qtKey <= Qt::Key_Z) || (qtKey >= Qt::Key_0 && qtKey <= Qt::Key_9) ||
+      qtKey == Qt::Key_Space)
+    return qtKey;
+  if (qtKey >= Qt::Key_F1 && qtKey <= Qt::Key_F12) return 112 + (qtKey - Qt::Key_F1);
+  switch (qtKey) {
+    case Qt::Key_Backspace: return 8;
+    case Qt::Key_Tab: return 9;
+    case Qt::Key_Return:
+    case Qt::Key_Enter: return 13;
+    case Qt::Key_Shift: return 16;
+    case Qt::Key_Control: return 17;
+    case Qt::Key_Alt: return 18;
+    case Qt::Key_Pause: return 19;
+    case Qt::Key_CapsLock: return 20;
+    case Qt::Key_Escape: return 27;
+    case Qt::Key_PageUp: return 33;
+    case Qt::Key_PageDown: return 34;
+    case Qt::Key_End: return 35;
+    case Qt::Key_Home: return 36;
+    case Qt::Key_Left: return 37;
+    case Qt::Key_Up: return 38;
+    case Qt::Key_Right: return 39;
+    case Qt::Key_Down: return 40;
+    case Qt::Key_Insert: return 45;
+    case Qt::Key_Delete: return 46;
+    default: break;
+  }
+  // Any other printable key: its character's own code.
+  return qtKey > 0 && qtKey < 0x7F ? qtKey : 0;
+}
+
+int ShiftStateOf(Qt::KeyboardModifiers modifiers) {
+  return ((modifiers & Qt::ShiftModifier) ? 1 : 0) | ((modifiers & Qt::ControlModifier) ? 2 : 0) |
+         ((modifiers & Qt::AltModifier) ? 4 : 0);
+}
+
+TextView::TextView(TextBox& model, FormWindow& window, QWidget* parent)
+    : QLineEdit(parent), ControlView(model, window) {
+  SyncColours(QPalette::Text, QPalette::Base);
+  SyncGeometry();
+  SyncMaxLength();
+  setText(ToQString(model.Text()));
+  SyncVisible();
+  connect(this, &QLineEdit::textEdited, this, [this](const QString& text) {
+    auto* box = static_cast<TextBox*>(model_);
+    if (!box) return;
+    Door().Dispatch([box, edited = text.toStdString()] { box->UserEdited(edited); });
+  });
+  Observe();
+}
+
+void TextView::SyncMaxLength() {
+  if (!model_) return;
+  const int length = static_cast<TextBox&>(*model_).MaxLength();
+  setMaxLength(length > 0 ? length : 32767);  // 32767 is the editor's own "no bound"
+}
+
+void TextView::Sync(Change what, int) {
+  if (!model_) return;
+  auto& box = static_cast<TextBox&>(*model_);
+  switch (what) {
+    case Change::Text: {
+      const QString text = ToQString(box.Text());
+      if (this->text() != text) setText(text);
+      return;
+    }
+    case Change::MaxLength:
+      SyncMaxLength();
+      return;
+    case Change::Focus:
+      setFocus(Qt::OtherFocusReason);
+      return;
+    default:
+      SyncCommon(what);
+  }
+}
+
+void TextView::keyPressEvent(QKeyEvent* event) {
+  auto* box = static_cast<TextBox*>(model_);
+  if (!box) {
+    QLineEdit::keyPressEvent(event);
+    return;
+  }
+  const int keyCode = KeyCodeOf(event->key());
+  const int shift = ShiftStateOf(event->modifiers());
+  if (keyCode != 0 && box->KeyDown)
+    Door().Dispatch([box, keyCode, shift] {
+      if (box->KeyDown) box->KeyDown(keyCode, shift);
+    });
+  if (!model_) return;  // the handler unloaded the form
+
+  const int typed = KeyAsciiOf(*event);
+  int keyAscii = typed;
+  if (typed != 0 && box->KeyPress)
+    Door().Dispatch([box, &keyAscii] {
+      if (box->KeyPress) box->KeyPress(keyAscii);
+    });
+  if (!model_) return;
+  if (typed != 0 && keyAscii == 0) {  // the handler swallowed the key
+    event->accept();
+    return;
+  }
+  if (keyAscii == typed) {
+    QLineEdit::keyPressEvent(event);
+    return;
+  }
+  // The handler typed another character in place of the key's own.
+  if (keyAscii == 8) {
+    QKeyEvent replaced(event->type(), Qt::Key_Backspace, Qt::NoModifier);
+    QLineEdit::keyPressEvent(&replaced);
+  } else if (keyAscii >= 0x20) {
+    const char32_t c = static_cast<char32_t>(keyAscii);
+    QKeyEvent replaced(event->type(), Qt::Key_unknown, Qt::NoModifier, QString::fromUcs4(&c, 1));
+    QLineEdit::keyPressEvent(&replaced);
+  }
+  event->accept();
+}
+
+// ---------------------------------------------------------------------------
+// TimerView
+
+TimerView::TimerView(Timer& model, FormWindow& window) : QObject(&window), ControlView(model, window) {
+  timer_.setInterval(model.Interval());
+  connect(&timer_, &QTimer::timeout, this, &TimerView::OnTimeout);
+  SyncEnabled();
+  Observe();
+}
+
+void TimerView::SyncEnabled() {
+  if (!model_) {
+    timer_.stop();
+    return;
+  }
+  auto& timer = static_cast<Timer&>(*model_);
+  if (timer.Enabled() && timer.Interval() > 0) {
+    if (!timer_.isActive()) timer_.start();
+  } else {
+    timer_.stop();
+  }
+}
+
+void TimerView::Sync(Change what, int) {
+  if (what == Change::Enabled) SyncEnabled();
+}
+
+void TimerView::OnTimeout() {
+  auto* timer = static_cast<Timer*>(model_);
+  if (!timer) {
+    timer_.stop();
+    return;
+  }
+  if (ticking_ || !timer->Tick) return;
+  ticking_ = true;
+  struct Done {
+    bool& flag;
+    ~Done() { flag = false; }
+  } done{ticking_};
+  Door().Dispatch([timer] {
+    if (timer->Tick) timer->Tick();
+  });
+}
+
+}  // namespace pelmora

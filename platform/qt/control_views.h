@@ -1,0 +1,160 @@
+#pragma once
+// The widgets that show the control models. Each view observes its model
+// through the model's onChanged and hands the player's input back to the
+// model through the event door; the model, not Qt, decides what a click or
+// a key does, and the widget then follows the model.
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QObject>
+#include <QPushButton>
+#include <QTimer>
+#include <QWidget>
+
+#include "platform/controls.h"
+#include "platform/event_door.h"
+
+namespace pelmora {
+
+class FormWindow;
+
+// What every view shares: the model it observes, the door, the geometry in
+// twips. Detach() makes the view forget its model for good, so a form can be
+// unloaded (and its controls destroyed) while Qt still holds the widgets.
+class ControlView {
+ public:
+  virtual ~ControlView();
+  ControlView(const ControlView&) = delete;
+  ControlView& operator=(const ControlView&) = delete;
+
+  Control* Model() const { return model_; }
+  // The widget showing the control; none for a timer.
+  virtual QWidget* Widget() = 0;
+  void Detach();
+
+ protected:
+  ControlView(Control& model, FormWindow& window);
+  // Starts observing. The derived constructor calls it once its widget shows
+  // the model's present state.
+  void Observe();
+  virtual void Sync(Change what, int index) = 0;
+  // Called once the model is forgotten.
+  virtual void Detached() {}
+
+  // Position, size and visibility, common to all visible controls.
+  void SyncGeometry();
+  void SyncVisible();
+  void SyncColours(QPalette::ColorRole fore, QPalette::ColorRole back);
+  // Handles the notifications every widget shares; true when it did.
+  bool SyncCommon(Change what);
+
+  EventDoor& Door() const;
+  FormWindow& window_;
+  Control* model_;
+};
+
+class LabelView final : public QLabel, public ControlView {
+  Q_OBJECT
+ public:
+  LabelView(Label& model, FormWindow& window, QWidget* parent);
+  QWidget* Widget() override { return this; }
+
+ private:
+  void Sync(Change what, int index) override;
+  void SyncCaption();
+};
+
+class ButtonView final : public QPushButton, public ControlView {
+  Q_OBJECT
+ public:
+  ButtonView(CommandButton& model, FormWindow& window, QWidget* parent);
+  QWidget* Widget() override { return this; }
+
+ private:
+  void Sync(Change what, int index) override;
+};
+
+// Shows 0, 1 and 2 as unchecked, checked and partially checked. A click
+// doesn't change the state by itself: it goes to the model, whose Click
+// handler runs, and the box then shows the model's value.
+class CheckView final : public QCheckBox, public ControlView {
+  Q_OBJECT
+ public:
+  CheckView(CheckBox& model, FormWindow& window, QWidget* parent);
+  QWidget* Widget() override { return this; }
+
+ protected:
+  void nextCheckState() override {}
+
+ private:
+  void Sync(Change what, int index) override;
+  void SyncValue();
+};
+
+// Items follow the model one notification at a time, so a list of thousands
+// never rebuilds. The player's selection (mouse or arrow keys) goes to the
+// model, which raises Click; the highlighted row is always the model's.
+class ListView final : public QListWidget, public ControlView {
+  Q_OBJECT
+ public:
+  ListView(ListBox& model, FormWindow& window, QWidget* parent);
+  QWidget* Widget() override { return this; }
+
+ protected:
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+
+ private:
+  void Sync(Change what, int index) override;
+  void SyncSelection();
+  void Select(int row);
+  ListBox& List() const { return static_cast<ListBox&>(*model_); }
+};
+
+// Each key raises KeyDown, then (for a key that types) KeyPress, each through
+// the door, before the editor acts on it; the editor's change of the text
+// then raises Change through the model.
+class TextView final : public QLineEdit, public ControlView {
+  Q_OBJECT
+ public:
+  TextView(TextBox& model, FormWindow& window, QWidget* parent);
+  QWidget* Widget() override { return this; }
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+
+ private:
+  void Sync(Change what, int index) override;
+  void SyncMaxLength();
+};
+
+// A timer whose tick goes through the door. While its handler waits (in a
+// message box, say) further ticks of the same timer are dropped, so the
+// handler never runs inside itself.
+class TimerView final : public QObject, public ControlView {
+  Q_OBJECT
+ public:
+  TimerView(Timer& model, FormWindow& window);
+  QWidget* Widget() override { return nullptr; }
+  bool Running() const { return timer_.isActive(); }
+
+ private:
+  void Sync(Change what, int index) override;
+  void Detached() override { timer_.stop(); }
+  void SyncEnabled();
+  void OnTimeout();
+
+  QTimer timer_;
+  bool ticking_ = false;
+};
+
+// Key codes and shift state as the controls' events carry them.
+int KeyCodeOf(int qtKey);
+int ShiftStateOf(Qt::KeyboardModifiers modifiers);
+
+}  // namespace pelmora

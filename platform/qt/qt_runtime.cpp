@@ -1,0 +1,187 @@
+#include "platform/qt/qt_runtime.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QDir>
+#include <QEventLoop>
+#include <QFileDialog>
+#include <QMessageBox>
+#include <QPrinter>
+#include <QPrinterInfo>
+#include <QPushButton>
+#include <QStandardPaths>
+
+#include "platform/form.h"
+#include "platform/qt/form_printer.h"
+#include "platform/qt/form_window.h"
+#include "platform/runtime_helpers.h"
+
+namespace pelmora {
+
+namespace {
+
+// Run f as a wait for the player: the door writes out what the handler has
+// written before, and is told when the wait is over.
+template <typename F>
+auto Waiting(EventDoor& door, F&& f) {
+  door.BeforeWait();
+  struct After {
+    EventDoor& door;
+    ~After() { door.AfterWait(); }
+  } after{door};
+  return f();
+}
+
+}  // namespace
+
+QtRuntime::QtRuntime(EventDoor& door) : door_(door) {}
+
+QtRuntime::~QtRuntime() {
+  if (mousePointer_ == vbHourglass) QApplication::restoreOverrideCursor();
+}
+
+QWidget* QtRuntime::DialogParent() const {
+  if (QWidget* modal = QApplication::activeModalWidget()) return modal;
+  if (QWidget* active = QApplication::activeWindow()) return active;
+  // The program is in the background (a tick's message, say): the box still
+  // belongs over its own windows, the innermost modal form first.
+  for (auto it = modals_.rbegin(); it != modals_.rend(); ++it)
+    if (it->window && it->window->isVisible() && it->loop) return it->window;
+  for (QWidget* top : QApplication::topLevelWidgets())
+    if (qobject_cast<FormWindow*>(top) && top->isVisible()) return top;
+  return nullptr;
+}
+
+int QtRuntime::MsgBox(const std::string& prompt, int value) {
+  QMessageBox box(DialogParent());
+  // The box has no title of its own: it shows the program's name.
+  box.setWindowTitle(QStringLiteral("Pelmora"));
+  box.setTextFormat(Qt::PlainText);
+  box.setText(QString::fromStdString(prompt));
+  box.setWindowModality(Qt::ApplicationModal);
+  const bool question = value == vbYesNoQuestion;
+  if (question) {
+    box.setIcon(QMessageBox::Question);
+    box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
+    box.setDefaultButton(QMessageBox::Yes);
+  } else {
+    box.setIcon(value == vbCritical      ? QMessageBox::Critical
+                : value == vbInformation ? QMessageBox::Information
+                                         : QMessageBox::NoIcon);
+    box.setStandardButtons(QMessageBox::Ok);
+  }
+  Waiting(door_, [&box] { return box.exec(); });
+  const QMessageBox::StandardButton answer = box.standardButton(box.clickedButton());
+  if (answer == QMessageBox::Yes) return vbYes;
+  if (answer == QMessageBox::No) return vbNo;
+  return question ? vbNo : vbOK;
+}
+
+void QtRuntime::Beep() { QApplication::beep(); }
+
+void QtRuntime::SetMousePointer(int pointer) {
+  const bool wasBusy = mousePointer_ == vbHourglass;
+  const bool busy = pointer == vbHourglass;
+  mousePointer_ = pointer;
+  if (busy && !wasBusy) QApplication::setOverrideCursor(Qt::WaitCursor);
+  else if (!busy && wasBusy) QApplication::restoreOverrideCursor();
+}
+
+double QtRuntime::Now() {
+  const QDateTime now = QDateTime::currentDateTime();
+  const QDate d = now.date();
+  const QTime t = now.time();
+  return DateValue(d.year(), d.month(), d.day(), t.hour(), t.minute(), t.second() + t.msec() / 1000.0);
+}
+
+QtRuntime::Modal* QtRuntime::Find(const Form& form) {
+  for (Modal& modal : modals_)
+    if (modal.form == &form) return &modal;
+  return nullptr;
+}
+
+FormWindow* QtRuntime::ModalWindow(const Form& form) const {
+  for (const Modal& modal : modals_)
+    if (modal.form == &form) return modal.window.data();
+  return nullptr;
+}
+
+void QtRuntime::ShowModal(Form& form) {
+  if (Find(form)) return;  // already up
+  if (!form.Loaded) {
+    form.Loaded = true;
+    if (form.LoadEvent) form.LoadEvent();
+    if (!form.Loaded) return;  // Load unloaded it
+  }
+
+  auto* window = new FormWindow(form, door_, DialogParent(),
+                                Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                                    Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint);
+  window->setAttribute(Qt::WA_DeleteOnClose, false);
+  window->setWindowModality(Qt::ApplicationModal);
+  window->setFixedSize(window->size());
+  Form* shown = &form;
+  window->onCloseBox = [this, shown] {
+    if (shown->CloseRequested) door_.Dispatch(shown->CloseRequested);
+    else door_.Dispatch([this, shown] { Unload(*shown); });
+  };
+  window->SetEscapeCloses(true);
+
+  QEventLoop loop;
+  modals_.push_back(Modal{&form, window, &loop});
+  Waiting(door_, [&] {
+    window->ShowAsFormWants();
+    if (form.ActivateEvent) door_.Dispatch(form.ActivateEvent);
+    if (form.Loaded) loop.exec(QEventLoop::DialogExec);
+    return 0;
+  });
+  std::erase_if(modals_, [&form](const Modal& modal) { return modal.form == &form; });
+}
+
+void QtRuntime::Unload(Form& form) {
+  form.Loaded = false;
+  Modal* modal = Find(form);
+  if (!modal) return;
+  if (FormWindow* window = modal->window.data()) {
+    // The views forget the models now, so the form's controls may go at
+    // once; the widgets themselves go when the event loop is back, since the
+    // handler that unloads may be running inside one of them.
+    window->onCloseBox = nullptr;
+    window->Detach();
+    window->hide();
+    window->deleteLater();
+  }
+  if (modal->loop) modal->loop->exit(0);
+  modal->loop = nullptr;
+}
+
+bool QtRuntime::PrintForm(Form& form) {
+  const QPrinterInfo printerInfo = QPrinterInfo::defaultPrinter();
+  if (!printerInfo.isNull()) {
+    QPrinter printer(printerInfo, QPrinter::HighResolution);
+    printer.setDocName(QStringLiteral("Pelmora sheet"));
+    if (PrintFormOn(printer, form) && printer.printerState() != QPrinter::Error) return true;
+  }
+  // No printer, or the print failed: offer a PDF file instead.
+  const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+  const QString proposed = QDir(documents.isEmpty() ? QDir::homePath() : documents)
+                               .filePath(QStringLiteral("Pelmora sheet.pdf"));
+  QString path = Waiting(door_, [&] {
+    return QFileDialog::getSaveFileName(DialogParent(), QStringLiteral("Save the sheet as PDF"),
+                                        proposed, QStringLiteral("PDF files (*.pdf)"));
+  });
+  if (path.isEmpty()) return false;
+  if (!path.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive)) path += QLatin1String(".pdf");
+  return RenderFormToFile(form, path);
+}
+
+std::unique_ptr<FormWindow> QtRuntime::ShowMainForm(Form& form) {
+  form.Loaded = true;
+  if (form.LoadEvent) door_.Dispatch(form.LoadEvent);
+  auto window = std::make_unique<FormWindow>(form, door_);
+  window->ShowAsFormWants();
+  if (form.ActivateEvent) door_.Dispatch(form.ActivateEvent);
+  return window;
+}
+
+}  // namespace pelmora
