@@ -70,7 +70,12 @@ int QtRuntime::MsgBox(const std::string& prompt, int value) {
                                          : QMessageBox::NoIcon);
     box.setStandardButtons(QMessageBox::Ok);
   }
+  // A box shown while the pointer is the hourglass (words left out of a
+  // deal) is answered with the ordinary pointer.
+  const bool busy = mousePointer_ == vbHourglass;
+  if (busy) QApplication::setOverrideCursor(Qt::ArrowCursor);
   Waiting(door_, [&box] { return box.exec(); });
+  if (busy) QApplication::restoreOverrideCursor();
   const QMessageBox::StandardButton answer = box.standardButton(box.clickedButton());
   if (answer == QMessageBox::Yes) return vbYes;
   if (answer == QMessageBox::No) return vbNo;
