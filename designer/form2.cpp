@@ -180,8 +180,7 @@ void Form2_Form_Activate(Form2& f) { f.Design.DirtyFlag = 0; }
 
 namespace {
 
-// Save, telling its callers whether it wrote (which only the rule against
-// a blank entry taking another game's slot needs to know).
+// Save, telling its callers whether it wrote.
 bool SaveGame(Form2& f) {
   DesignerState& d = f.Design;
   if (d.DirtyFlag != 1) return false;
@@ -218,6 +217,10 @@ bool SaveGame(Form2& f) {
   // the file keep agreeing.
   const int count = name.empty() ? std::max<int>(d.CompactCount, listed) : d.CompactCount;
   if (count > 0) CompactIndex(f.store, count);
+  // A blank name removed the game the boxes stood for, and the games behind
+  // it moved up: a name typed next must not take the slot of the game that
+  // moved into its place.
+  if (name.empty()) d.BoxesStandForNoGame = true;
 
   d.DirtyFlag = 0;
   f.List1.Clear();
@@ -269,7 +272,7 @@ void Form2_Command2_Click(Form2& f) {
   f.Text1.SetText("");
   EmptyBoxes(f);
   f.Design.DirtyFlag = 1;
-  if (SaveGame(f)) f.Design.BoxesStandForNoGame = true;
+  SaveGame(f);
 }
 
 void Form2_Command3_Click(Form2& f) { SaveGame(f); }

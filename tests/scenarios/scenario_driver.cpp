@@ -10,6 +10,11 @@
 //   exit N       the expected exit status (0 by default)
 //   stderr       text the last line of standard error must contain
 //   files        names of files the run must have made, one a line
+//   profile-at NAME   the expected profile, byte for byte, at the script's
+//                line "#at NAME" (a comment to pelmora-script): the script up
+//                to that line is run again on its own, from the same profile,
+//                and the file it leaves is compared. Runs are deterministic,
+//                so this is the file as the whole run had it at that line.
 // In the profile sections \r, \n, \t, \\ and \xHH stand for their bytes.
 // Lines before the first section are comments.
 
@@ -19,6 +24,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 
 #include <cstdio>
@@ -110,6 +116,38 @@ std::string Show(const std::string& bytes) {
   return out;
 }
 
+struct RunResult {
+  int code = 0;
+  std::string out;
+  std::string err;
+};
+
+// Runs the binary in dir on dir/wsearch.ini with dir/script.txt as its input.
+bool RunIn(const std::string& binary, const std::string& dir, RunResult& result) {
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, 0, (dir + "/script.txt").c_str(), O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, 1, (dir + "/stdout.txt").c_str(),
+                                   O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  posix_spawn_file_actions_addopen(&actions, 2, (dir + "/stderr.txt").c_str(),
+                                   O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  posix_spawn_file_actions_addchdir_np(&actions, dir.c_str());
+  std::vector<std::string> args = {binary, "--ini", "wsearch.ini"};
+  std::vector<char*> argvChild;
+  for (std::string& a : args) argvChild.push_back(a.data());
+  argvChild.push_back(nullptr);
+  pid_t pid = 0;
+  const bool started = posix_spawn(&pid, binary.c_str(), &actions, nullptr, argvChild.data(), environ) == 0;
+  posix_spawn_file_actions_destroy(&actions);
+  if (!started) return false;
+  int status = 0;
+  waitpid(pid, &status, 0);
+  result.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  result.out = ReadFile(dir + "/stdout.txt");
+  result.err = ReadFile(dir + "/stderr.txt");
+  return true;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -137,31 +175,16 @@ int main(int argc, char** argv) {
   }
   std::ofstream(work + "/script.txt", std::ios::binary) << sc.Joined("script", "\n");
 
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 0, (work + "/script.txt").c_str(), O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 1, (work + "/stdout.txt").c_str(),
-                                   O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  posix_spawn_file_actions_addopen(&actions, 2, (work + "/stderr.txt").c_str(),
-                                   O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  posix_spawn_file_actions_addchdir_np(&actions, work.c_str());
-  std::vector<std::string> args = {binary, "--ini", "wsearch.ini"};
-  std::vector<char*> argvChild;
-  for (std::string& a : args) argvChild.push_back(a.data());
-  argvChild.push_back(nullptr);
-  pid_t pid = 0;
-  if (posix_spawn(&pid, binary.c_str(), &actions, nullptr, argvChild.data(), environ) != 0) {
+  RunResult run;
+  if (!RunIn(binary, work, run)) {
     std::cerr << "can't start " << binary << '\n';
     return 2;
   }
-  int status = 0;
-  waitpid(pid, &status, 0);
-  posix_spawn_file_actions_destroy(&actions);
 
   int failures = 0;
-  const std::string out = ReadFile(work + "/stdout.txt");
-  const std::string err = ReadFile(work + "/stderr.txt");
-  const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  const std::string& out = run.out;
+  const std::string& err = run.err;
+  const int code = run.code;
   if (code != sc.exitStatus) {
     std::cerr << "exit status " << code << ", expected " << sc.exitStatus << "\nstderr:\n" << err;
     ++failures;
@@ -205,6 +228,62 @@ int main(int argc, char** argv) {
       }
     }
   }
+  // Each "#at NAME" line: the script before it, run alone, must leave the
+  // profile of section "profile-at NAME" and print the start of the whole
+  // run's output.
+  const std::vector<std::string>& script = sc.sections.at("script");
+  int checkpoints = 0;
+  for (std::size_t n = 0; n < script.size(); ++n) {
+    if (script[n].rfind("#at ", 0) != 0) continue;
+    const std::string name = script[n].substr(4);
+    const std::string section = "profile-at " + name;
+    if (!sc.Has(section)) {
+      std::cerr << "no section \"" << section << "\" for the line \"" << script[n] << "\"\n";
+      ++failures;
+      continue;
+    }
+    const std::string dir = work + "/at" + std::to_string(++checkpoints);
+    std::system(("mkdir -p '" + dir + "'").c_str());
+    if (sc.Has("profile") || sc.Has("profile-raw")) {
+      std::ofstream(dir + "/wsearch.ini", std::ios::binary)
+          << (sc.Has("profile") ? Unescape(sc.Joined("profile", "\r\n"))
+                                : Unescape(sc.Joined("profile-raw", "")));
+    }
+    std::string prefix;
+    for (std::size_t k = 0; k < n; ++k) prefix += script[k] + "\n";
+    std::ofstream(dir + "/script.txt", std::ios::binary) << prefix;
+    RunResult part;
+    if (!RunIn(binary, dir, part)) {
+      std::cerr << "can't start " << binary << '\n';
+      return 2;
+    }
+    if (part.code != 0) {
+      std::cerr << "at " << name << ": exit status " << part.code << "\nstderr:\n" << part.err;
+      ++failures;
+    }
+    if (sc.Has("stdout") && sc.Joined("stdout", "\n").rfind(part.out, 0) != 0) {
+      std::cerr << "at " << name << ": the output so far is not the start of the expected output:\n"
+                << part.out << "---\n";
+      ++failures;
+    }
+    const std::string expected = Unescape(sc.Joined(section, "\r\n"));
+    bool exists = false;
+    const std::string actual = ReadFile(dir + "/wsearch.ini", &exists);
+    if (!exists || actual != expected) {
+      std::cerr << "--- profile at " << name << " expected:\n" << Show(expected) << "\n--- profile was"
+                << (exists ? "" : " (no file)") << ":\n" << Show(actual) << "\n---\n";
+      ++failures;
+    }
+  }
+  for (const auto& [section, lines] : sc.sections) {
+    if (section.rfind("profile-at ", 0) == 0 &&
+        std::find(script.begin(), script.end(), "#at " + section.substr(11)) == script.end()) {
+      std::cerr << "section \"" << section << "\" has no line \"#at " << section.substr(11)
+                << "\" in the script\n";
+      ++failures;
+    }
+  }
+
   if (failures == 0) std::system(("rm -rf '" + work + "'").c_str());
   return failures == 0 ? 0 : 1;
 }
