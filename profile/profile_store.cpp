@@ -409,6 +409,10 @@ bool ProfileStore::WriteProfileValue(std::string_view section, std::string_view 
   Change change{NameOf(section), NameOf(key), ValueOf(value)};
   if (change.section.empty() || !IsWritableKey(change.key)) return false;
   if (!Revalidate()) return false;
+  // A file the player made read-only refuses the write at once rather than
+  // when the handler ends, so the reads after it (the designer's list after a
+  // Save) show what the file holds, not a game that never reached it.
+  if (identity_.exists && !identity_.writable && !fs_.Identify(path_).writable) return false;
   if (!model_->Set(change.section, change.key, change.value)) return true;
   pending_ = true;
   changes_.push_back(std::move(change));

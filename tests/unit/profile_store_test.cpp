@@ -513,8 +513,8 @@ TEST(ProfileStoreFailure, AReadOnlyFileIsLeftAsItIs) {
   EXPECT_EQ(store.ReadProfileValue("a", "x", "none").text, "1");
 
   store.HandlerBegins();
-  EXPECT_TRUE(store.WriteProfileValue("a", "x", "3"));  // only memory so far
-  EXPECT_EQ(store.ReadProfileValue("a", "x", "none").text, "3");
+  EXPECT_FALSE(store.WriteProfileValue("a", "x", "3"));  // refused at once, not at the flush
+  EXPECT_EQ(store.ReadProfileValue("a", "x", "none").text, "1");
   store.HandlerEnds();
   EXPECT_EQ(store.ReadProfileValue("a", "x", "none").text, "1");  // what the disk holds
   EXPECT_EQ(Slurp(dir.File()), bytes);
