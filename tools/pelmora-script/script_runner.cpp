@@ -21,7 +21,6 @@ namespace pelmora {
 namespace {
 
 constexpr std::int64_t kTickMs = 100;
-constexpr double kMsPerDay = 86400000.0;
 
 [[noreturn]] void Fail(const std::string& why) { throw RunAborted{2, why}; }
 
