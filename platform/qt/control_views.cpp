@@ -88,6 +88,20 @@ void ControlView::SyncColours(QPalette::ColorRole fore, QPalette::ColorRole back
   w->setPalette(palette);
 }
 
+void ControlView::SetDescriptiveName(const QString& name) {
+  descriptiveName_ = name;
+  SyncAccessibleName();
+}
+
+void ControlView::SyncAccessibleName() {
+  QWidget* w = Widget();
+  if (!w || !model_) return;
+  QString name = CurrentCaption().trimmed();
+  if (name.isEmpty()) name = descriptiveName_;
+  if (name.isEmpty()) name = ToQString(model_->Name());
+  if (w->accessibleName() != name) w->setAccessibleName(name);
+}
+
 bool ControlView::SyncCommon(Change what) {
   switch (what) {
     case Change::Geometry:
@@ -124,6 +138,7 @@ void LabelView::SyncCaption() {
   const QString caption = ToQString(label.Caption());
   FitCaption(*this, caption, width(), label.FontBold);
   setText(caption);
+  SyncAccessibleName();  // the clock's label is called by the time it shows
 }
 
 void LabelView::Sync(Change what, int) {
@@ -145,6 +160,7 @@ ButtonView::ButtonView(CommandButton& model, FormWindow& window, QWidget* parent
   const QString caption = ToQString(model.Caption());
   FitCaption(*this, caption, width() - 2 * style()->pixelMetric(QStyle::PM_ButtonMargin), false);
   setText(caption);
+  SyncAccessibleName();
   SyncVisible();
   connect(this, &QAbstractButton::clicked, this, [this] {
     auto* button = static_cast<CommandButton*>(model_);
@@ -169,6 +185,7 @@ CheckView::CheckView(CheckBox& model, FormWindow& window, QWidget* parent)
                         style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, nullptr, this);
   FitCaption(*this, caption, width() - indicator, false);
   setText(caption);
+  SyncAccessibleName();
   SyncValue();
   SyncVisible();
   connect(this, &QAbstractButton::clicked, this, [this] {
@@ -205,6 +222,7 @@ ListView::ListView(ListBox& model, FormWindow& window, QWidget* parent)
   for (const std::string& item : model.Items()) addItem(ToQString(item));
   SyncSelection();
   SyncVisible();
+  SyncAccessibleName();
   Observe();
 }
 
@@ -350,6 +368,7 @@ TextView::TextView(TextBox& model, FormWindow& window, QWidget* parent)
   SyncMaxLength();
   setText(ToQString(model.Text()));
   SyncVisible();
+  SyncAccessibleName();
   connect(this, &QLineEdit::textEdited, this, [this](const QString& text) {
     auto* box = static_cast<TextBox*>(model_);
     if (!box) return;

@@ -34,6 +34,11 @@ class ControlView {
   virtual QWidget* Widget() = 0;
   void Detach();
 
+  // What assistive technology calls a control that shows no caption of its
+  // own, by what it holds ("Word list", "Board"). A control with a caption
+  // is called by its caption while it has one.
+  void SetDescriptiveName(const QString& name);
+
  protected:
   ControlView(Control& model, FormWindow& window);
   // Starts observing. The derived constructor calls it once its widget shows
@@ -49,10 +54,15 @@ class ControlView {
   void SyncColours(QPalette::ColorRole fore, QPalette::ColorRole back);
   // Handles the notifications every widget shares; true when it did.
   bool SyncCommon(Change what);
+  // The accessible name: the caption, else the descriptive name, else the
+  // control's own name, so that no control is ever unnamed.
+  void SyncAccessibleName();
+  virtual QString CurrentCaption() const { return {}; }
 
   EventDoor& Door() const;
   FormWindow& window_;
   Control* model_;
+  QString descriptiveName_;
 };
 
 class LabelView final : public QLabel, public ControlView {
@@ -64,6 +74,7 @@ class LabelView final : public QLabel, public ControlView {
  private:
   void Sync(Change what, int index) override;
   void SyncCaption();
+  QString CurrentCaption() const override { return text(); }
 };
 
 class ButtonView final : public QPushButton, public ControlView {
@@ -74,6 +85,7 @@ class ButtonView final : public QPushButton, public ControlView {
 
  private:
   void Sync(Change what, int index) override;
+  QString CurrentCaption() const override { return text(); }
 };
 
 // Shows 0, 1 and 2 as unchecked, checked and partially checked. A click
@@ -91,6 +103,7 @@ class CheckView final : public QCheckBox, public ControlView {
  private:
   void Sync(Change what, int index) override;
   void SyncValue();
+  QString CurrentCaption() const override { return text(); }
 };
 
 // Items follow the model one notification at a time, so a list of thousands

@@ -20,6 +20,28 @@ double PrimaryScreenDpi() {
   return screen ? screen->logicalDotsPerInch() : 96.0;
 }
 
+// What a screen reader calls the controls that show no caption: by what
+// they hold. Controls with a caption are called by it (see ControlView).
+QString DescriptiveName(const Form& form, const Control& control) {
+  struct Entry {
+    const char* form;
+    const char* control;
+    const char* name;
+  };
+  static constexpr Entry kNames[] = {
+      {"Form1", "Picture1", "Board"},         {"Form1", "List1", "Word list"},
+      {"Form1", "List2", "Game list"},        {"Form1", "Label1", "Time taken"},
+      {"Form2", "List1", "Game list"},        {"Form2", "Text1", "Game name"},
+  };
+  for (const Entry& entry : kNames)
+    if (form.Name() == entry.form && control.Name() == entry.control) return QString::fromLatin1(entry.name);
+  // The designer's word boxes, Text(1) to Text(16): "Word 1" to "Word 16".
+  const std::string& name = control.Name();
+  if (form.Name() == "Form2" && name.size() > 6 && name.compare(0, 5, "Text(") == 0 && name.back() == ')')
+    return QStringLiteral("Word ") + QString::fromStdString(name.substr(5, name.size() - 6));
+  return {};
+}
+
 }  // namespace
 
 FormWindow::FormWindow(Form& form, EventDoor& door, QWidget* parent, Qt::WindowFlags flags,
@@ -39,7 +61,10 @@ FormWindow::FormWindow(Form& form, EventDoor& door, QWidget* parent, Qt::WindowF
     else if (auto* list = dynamic_cast<ListBox*>(control)) view = new ListView(*list, *this, this);
     else if (auto* text = dynamic_cast<TextBox*>(control)) view = new TextView(*text, *this, this);
     else if (auto* timer = dynamic_cast<Timer*>(control)) view = new TimerView(*timer, *this);
-    if (view) views_.push_back(view);
+    if (view) {
+      view->SetDescriptiveName(DescriptiveName(form, *control));
+      views_.push_back(view);
+    }
     if (view && view->Widget()) view->Widget()->installEventFilter(this);
   }
   installEventFilter(this);

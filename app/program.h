@@ -1,0 +1,54 @@
+#pragma once
+// The running game, all but the application object: the profile store on a
+// file, the event door, the Qt runtime and the main window, wired as the
+// program runs them. The entry point makes one on the player's own file; the
+// screenshot driver makes one on a file of its own and drives the very same
+// windows.
+
+#include <memory>
+#include <string>
+
+#include "platform/event_door.h"
+#include "platform/file_system.h"
+#include "platform/qt/form_window.h"
+#include "platform/qt/qt_runtime.h"
+#include "play/form1.h"
+#include "profile/profile_store.h"
+
+namespace pelmora {
+
+// The id the launcher, the icon and the software-centre entry share.
+inline constexpr const char* kDesktopId = "io.github.pelmora.Pelmora";
+
+// The player's profile: one file in the user's configuration folder, never
+// beside the program or in the working directory. Needs the application
+// object (the folder is the desktop's, as Qt reads it).
+std::string PlayerProfilePath();
+
+// Names the application for the desktop (window grouping, the launcher's
+// icon). Call once, after the application object is made.
+void IdentifyApplication();
+
+// Builds the store on profilePath, runs Form1's Load and shows its window.
+// Needs the application object. Members are destroyed in the reverse order
+// of their making: the window first, the file system last.
+class Program {
+ public:
+  explicit Program(const std::string& profilePath);
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+
+  Form1& MainForm() { return form_; }
+  FormWindow& MainWindow() { return *window_; }
+  QtRuntime& Runtime() { return runtime_; }
+
+ private:
+  PosixFileSystem fileSystem_;
+  ProfileStore store_;
+  EventDoor door_;
+  QtRuntime runtime_;
+  Form1 form_;
+  std::unique_ptr<FormWindow> window_;
+};
+
+}  // namespace pelmora
