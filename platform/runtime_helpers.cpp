@@ -10,6 +10,14 @@ namespace pelmora {
 
 std::string Format(double x) {
   if (x == 0 || !std::isfinite(x)) return "0";
+  // A whole number of at most fifteen digits is its own plain digits. Key
+  // names are formatted this way thousands of times in a walk of the index,
+  // so they skip the floating-point printing below.
+  if (std::fabs(x) < 1e15 && x == std::trunc(x)) {
+    char whole[24];
+    const auto end = std::to_chars(whole, whole + sizeof whole, static_cast<long long>(x)).ptr;
+    return std::string(whole, end);
+  }
   // Fifteen significant digits, rounded to nearest by printf.
   char buf[64];
   std::snprintf(buf, sizeof buf, "%.14E", std::fabs(x));

@@ -9,11 +9,13 @@
 #include <QPrinter>
 #include <QPrinterInfo>
 #include <QPushButton>
+#include <QScreen>
 #include <QStandardPaths>
 
 #include "platform/form.h"
 #include "platform/qt/form_printer.h"
 #include "platform/qt/form_window.h"
+#include "platform/qt/twips.h"
 #include "platform/runtime_helpers.h"
 
 namespace pelmora {
@@ -125,6 +127,14 @@ void QtRuntime::ShowModal(Form& form) {
   window->setAttribute(Qt::WA_DeleteOnClose, false);
   window->setWindowModality(Qt::ApplicationModal);
   window->setFixedSize(window->size());
+  // The form's Left and Top (its Load may have set them) place the window
+  // on the screen of the window it comes up over, rather than wherever the
+  // window manager would drop it.
+  const QScreen* screen =
+      window->parentWidget() ? window->parentWidget()->screen() : QGuiApplication::primaryScreen();
+  const QPoint origin = screen ? screen->geometry().topLeft() : QPoint();
+  window->move(origin + QPoint(TwipsToWholePixels(form.Left, window->Dpi()),
+                               TwipsToWholePixels(form.Top, window->Dpi())));
   Form* shown = &form;
   window->onCloseBox = [this, shown] {
     if (shown->CloseRequested) door_.Dispatch(shown->CloseRequested);
