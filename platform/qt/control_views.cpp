@@ -293,7 +293,14 @@ void ListView::keyPressEvent(QKeyEvent* event) {
       event->ignore();
       return;
   }
-  const QModelIndex target = moveCursor(action, event->modifiers());
+  // With nothing chosen yet, Qt still keeps a current row (the first, once the
+  // list has focus), so its first Down would skip a line: the first move
+  // lands on the first line (End on the last) as a list with no choice does.
+  QModelIndex target;
+  if (model_ && List().ListIndex() < 0 && count() > 0)
+    target = model()->index(action == MoveEnd ? count() - 1 : 0, 0);
+  else
+    target = moveCursor(action, event->modifiers());
   if (target.isValid() && model_ && target.row() != List().ListIndex()) Select(target.row());
   event->accept();
 }

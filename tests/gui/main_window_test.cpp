@@ -70,6 +70,26 @@ class MainWindowTest : public QObject {
     QFile::remove(path_);
   }
 
+  // The games list worked from the keyboard: focus alone chooses nothing, and
+  // the first Down chooses the first game, not the second.
+  void firstDownKeyChoosesTheFirstGame() {
+    {
+      QFile file(path_);
+      QVERIFY(file.open(QIODevice::WriteOnly));
+      file.write("[games]\r\n1=ANIMALS\r\n2=FRUIT\r\n[ANIMALS]\r\n1=CAT\r\n[FRUIT]\r\n1=FIG\r\n");
+    }
+    Run run(path_);
+    QVERIFY(QTest::qWaitForWindowExposed(run.window.get()));
+    QWidget* games = run.window->WidgetFor(run.form.List2);
+    QVERIFY(games);
+    games->setFocus();
+    QCOMPARE(run.form.List2.ListIndex(), -1);
+    QTest::keyClick(games, Qt::Key_Down);
+    QCOMPARE(run.form.List2.ListIndex(), 0);
+    QCOMPARE(run.form.List1.ListCount(), 1);
+    QCOMPARE(run.form.List1.List(0), std::string("CAT"));
+  }
+
   void firstRunOpensTheDesignedWindow() {
     {
       QFile file(path_);
