@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <random>
 #include <set>
@@ -62,20 +63,35 @@ TEST(CrashSafety, KilledWriterLeavesAWholeStateAndAStartableFolder) {
   const std::string scratch = FreshFolder("crash-scratch");
   const std::string ini = folder + "/wsearch.ini";
   std::mt19937 rng(20261123);
-  // How long a round takes on this disk: kills are spread over two rounds,
-  // so they land at every step of a write, however slow the disk's flushes.
+  // How long the writer's first round takes and how long a round takes after
+  // it: a fresh process's first write (page faults, a cold disk, a busy
+  // machine) can take many rounds' time, and kills that all land before it
+  // would never let a round reach the disk. Kills are spread over the first
+  // round twice over and two rounds more, so they land at every step of a
+  // write, however slow the disk's flushes.
+  long firstUs = 0;
   long roundUs = 0;
   {
-    const pid_t pid = StartWriter(scratch + "/timing.ini");
+    const std::string timing = scratch + "/timing.ini";
+    const pid_t pid = StartWriter(timing);
     ASSERT_GT(pid, 0);
+    const auto roundsDone = [&] {
+      const std::string text = ParseIni(ReadFile(timing).value_or("")).Read("Crash", "Round", "0");
+      return std::stol(text.empty() ? "0" : text);
+    };
+    const auto started = std::chrono::steady_clock::now();
+    const auto since = [&] {
+      return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - started)
+          .count();
+    };
+    while (roundsDone() == 0 && since() < 10000000) ::usleep(200);
+    firstUs = since();
     ::usleep(200000);
     ::kill(pid, SIGKILL);
     ::waitpid(pid, nullptr, 0);
-    const std::string roundText =
-        ParseIni(ReadFile(scratch + "/timing.ini").value_or("")).Read("Crash", "Round", "0");
-    roundUs = 200000 / std::max(1L, std::stol(roundText.empty() ? "0" : roundText));
+    roundUs = 200000 / std::max(1L, roundsDone());
   }
-  std::uniform_int_distribution<long> delayUs(0, std::clamp(2 * roundUs, 5000L, 200000L));
+  long maxDelayUs = std::clamp(2 * firstUs + 2 * roundUs, 5000L, 400000L);
 
   long lastRound = 0;
   std::set<long> states;
@@ -83,7 +99,10 @@ TEST(CrashSafety, KilledWriterLeavesAWholeStateAndAStartableFolder) {
   for (int k = 0; k < kKills; ++k) {
     const pid_t pid = StartWriter(ini);
     ASSERT_GT(pid, 0);
-    ::usleep(static_cast<useconds_t>(delayUs(rng)));
+    // A machine that slowed down since the timing: while no round has reached
+    // the disk, every ten kills wait twice as long.
+    if (lastRound == 0 && k > 0 && k % 10 == 0) maxDelayUs = std::min(2 * maxDelayUs, 2000000L);
+    ::usleep(static_cast<useconds_t>(std::uniform_int_distribution<long>(0, maxDelayUs)(rng)));
     ASSERT_EQ(::kill(pid, SIGKILL), 0);
     int status = 0;
     ASSERT_EQ(::waitpid(pid, &status, 0), pid);
