@@ -1,5 +1,7 @@
 #include "platform/qt/control_views.h"
 
+#include <algorithm>
+
 #include <QFontMetrics>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -226,7 +228,29 @@ ListView::ListView(ListBox& model, FormWindow& window, QWidget* parent)
   Observe();
 }
 
+ListView::~ListView() { ListRefills::Instance().Forget(*this); }
+
+void ListView::Detached() {
+  refilling_ = false;
+  ListRefills::Instance().Forget(*this);
+}
+
+void ListView::FinishRefill() {
+  if (!refilling_ || !model_) return;
+  refilling_ = false;
+  QStringList items;
+  items.reserve(List().ListCount());
+  for (const std::string& item : List().Items()) items << ToQString(item);
+  clear();
+  addItems(items);
+  SyncSelection();
+}
+
 void ListView::Sync(Change what, int index) {
+  // While a refill is pending, its finish shows the items and the choice.
+  if (refilling_ && (what == Change::ItemAdded || what == Change::ItemRemoved || what == Change::Cleared ||
+                     what == Change::Selection))
+    return;
   switch (what) {
     case Change::ItemAdded:
       insertItem(index, ToQString(List().List(index)));
@@ -238,6 +262,10 @@ void ListView::Sync(Change what, int index) {
       return;
     case Change::Cleared:
       clear();
+      if (ListRefills::Instance().InHandler()) {
+        refilling_ = true;
+        ListRefills::Instance().Pending(*this);
+      }
       return;
     case Change::Selection:
       SyncSelection();
@@ -245,6 +273,32 @@ void ListView::Sync(Change what, int index) {
     default:
       SyncCommon(what);
   }
+}
+
+ListRefills& ListRefills::Instance() {
+  static ListRefills refills;
+  return refills;
+}
+
+void ListRefills::Pending(ListView& list) {
+  if (std::find(pending_.begin(), pending_.end(), &list) == pending_.end()) pending_.push_back(&list);
+}
+
+void ListRefills::Forget(ListView& list) { std::erase(pending_, &list); }
+
+// Every handler's end, not only the outermost: a handler nested in a wait
+// (a key in a modal window) runs while the outer one stands still.
+void ListRefills::HandlerEnds() {
+  if (depth_ > 0) --depth_;
+  FinishAll();
+}
+
+void ListRefills::FinishAll() {
+  // Take the list first, so that nothing added meanwhile is missed or
+  // finished twice.
+  std::vector<ListView*> lists;
+  lists.swap(pending_);
+  for (ListView* list : lists) list->FinishRefill();
 }
 
 void ListView::SyncSelection() {

@@ -107,13 +107,20 @@ class CheckView final : public QCheckBox, public ControlView {
 };
 
 // Items follow the model one notification at a time, so a list of thousands
-// never rebuilds. The player's selection (mouse or arrow keys) goes to the
-// model, which raises Click; the highlighted row is always the model's.
+// never rebuilds for one line added or removed. A list cleared inside a
+// handler is the start of a refill: it is shown again in one piece when the
+// handler ends (or before it waits for the player), not row by row. The
+// player's selection (mouse or arrow keys) goes to the model, which raises
+// Click; the highlighted row is always the model's.
 class ListView final : public QListWidget, public ControlView {
   Q_OBJECT
  public:
   ListView(ListBox& model, FormWindow& window, QWidget* parent);
+  ~ListView() override;
   QWidget* Widget() override { return this; }
+
+  // Shows the model's items and choice afresh, if a refill is pending.
+  void FinishRefill();
 
  protected:
   void mousePressEvent(QMouseEvent* event) override;
@@ -124,9 +131,34 @@ class ListView final : public QListWidget, public ControlView {
 
  private:
   void Sync(Change what, int index) override;
+  void Detached() override;
   void SyncSelection();
   void Select(int row);
   ListBox& List() const { return static_cast<ListBox&>(*model_); }
+
+  bool refilling_ = false;
+};
+
+// Tells the lists when a handler ends: the Qt runtime attaches it to its
+// door. With no door attached (or outside a handler) lists follow their
+// models at once.
+class ListRefills final : public WriteGroup {
+ public:
+  static ListRefills& Instance();
+
+  bool InHandler() const { return depth_ > 0; }
+  void Pending(ListView& list);
+  void Forget(ListView& list);
+
+  void HandlerBegins() override { ++depth_; }
+  void HandlerEnds() override;
+  void BeforeWait() override { FinishAll(); }
+  void AfterWait() override {}
+
+ private:
+  void FinishAll();
+  int depth_ = 0;
+  std::vector<ListView*> pending_;
 };
 
 // Each key raises KeyDown, then (for a key that types) KeyPress, each through

@@ -13,6 +13,7 @@
 #include <QStandardPaths>
 
 #include "platform/form.h"
+#include "platform/qt/control_views.h"
 #include "platform/qt/form_printer.h"
 #include "platform/qt/form_window.h"
 #include "platform/qt/twips.h"
@@ -36,7 +37,7 @@ auto Waiting(EventDoor& door, F&& f) {
 
 }  // namespace
 
-QtRuntime::QtRuntime(EventDoor& door) : door_(door) {}
+QtRuntime::QtRuntime(EventDoor& door) : door_(door) { door_.Attach(ListRefills::Instance()); }
 
 QtRuntime::~QtRuntime() {
   if (mousePointer_ == vbHourglass) QApplication::restoreOverrideCursor();
