@@ -31,6 +31,8 @@ class ClockSeededRandom final : public RandomSource {
  private:
   Clock clock_;
   std::uint64_t state_;
+  std::uint64_t now_ = 0;       // the clock's last reading
+  std::uint32_t reseeds_ = 0;  // Randomize calls so far
 };
 
 // A deterministic source for scripts and tests: the same seed gives the same
