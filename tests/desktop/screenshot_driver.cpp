@@ -40,6 +40,7 @@
 #include <vector>
 
 #include "app/program.h"
+#include "tests/support/grid_words.h"
 
 namespace {
 
@@ -133,31 +134,7 @@ void WriteLayout(QTextStream& out, const QString& picture, pelmora::FormWindow& 
   }
 }
 
-struct Cell {
-  int row, col;
-};
-
-// Where word stands on the grid, letter by letter, along any of the eight
-// directions; empty when it isn't there.
-std::vector<Cell> FindOnGrid(const pelmora::FlexGrid& grid, const std::string& word) {
-  static const int kSteps[8][2] = {{0, 1}, {0, -1}, {1, 0}, {-1, 0}, {1, 1}, {1, -1}, {-1, 1}, {-1, -1}};
-  const int n = static_cast<int>(word.size());
-  for (int r = 0; r < grid.Rows(); ++r) {
-    for (int c = 0; c < grid.Cols(); ++c) {
-      for (const auto& step : kSteps) {
-        std::vector<Cell> cells;
-        for (int k = 0; k < n; ++k) {
-          const int rr = r + step[0] * k, cc = c + step[1] * k;
-          if (rr < 0 || cc < 0 || rr >= grid.Rows() || cc >= grid.Cols()) break;
-          if (grid.CellAt(rr, cc).text != std::string(1, word[static_cast<std::size_t>(k)])) break;
-          cells.push_back({rr, cc});
-        }
-        if (static_cast<int>(cells.size()) == n) return cells;
-      }
-    }
-  }
-  return {};
-}
+using Cell = pelmora::testing::GridCell;
 
 // A press at the middle of a board cell; letters stand 500 twips apart.
 void ClickCell(pelmora::FormWindow& window, QWidget& board, Cell cell) {
@@ -231,7 +208,7 @@ int Shoot(const QString& outDir, const QString& tag) {
   QWidget* board = window.WidgetFor(form.Picture1);
   std::vector<std::vector<Cell>> found;
   for (const std::string& word : form.List1.Items()) {
-    std::vector<Cell> cells = FindOnGrid(form.Grid1, word);
+    std::vector<Cell> cells = pelmora::testing::FindWord(form.Grid1, word);
     if (!cells.empty()) found.push_back(std::move(cells));
     if (found.size() == 2) break;
   }

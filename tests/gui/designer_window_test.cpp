@@ -24,23 +24,15 @@
 #include <vector>
 
 #include "app/program.h"
+#include "tests/gui/gui_support.h"
 #include "platform/qt/control_views.h"
 
 using namespace pelmora;
+using namespace pelmora::testing;
 
 namespace {
 
 const char kProfile[] = "[games]\r\n1=FRUIT\r\n[FRUIT]\r\n1=PEAR\r\n2=PLUM\r\n3=FIG\r\n";
-
-QByteArray ReadFile(const QString& path) {
-  QFile file(path);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool WriteFile(const QString& path, const QByteArray& bytes) {
-  QFile file(path);
-  return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
 
 // A value as the file holds it now, read by a store of its own; "(absent)"
 // for a key that isn't there.
@@ -48,46 +40,6 @@ std::string Stored(const QString& path, const char* section, const char* key) {
   PosixFileSystem fs;
   ProfileStore store(QFile::encodeName(path).toStdString(), fs);
   return store.ReadProfileValue(section, key, "(absent)").text;
-}
-
-// Answers every message box that comes up with the next answer in line, and
-// keeps what each said. A box nobody expected is answered with its first
-// button, so the run goes on and the comparison of texts shows the fault.
-class BoxPlayer {
- public:
-  BoxPlayer() {
-    poll_.setInterval(5);
-    QObject::connect(&poll_, &QTimer::timeout, [this] { Poll(); });
-    poll_.start();
-  }
-  void Expect(QMessageBox::StandardButton answer) { answers_.push_back(answer); }
-  QStringList seen;
-
- private:
-  void Poll() {
-    auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-    if (!box || !box->isVisible()) return;
-    seen << box->text();
-    QAbstractButton* button = nullptr;
-    if (!answers_.empty()) {
-      button = box->button(answers_.front());
-      answers_.pop_front();
-    }
-    if (!button) {
-      seen.back().prepend(QStringLiteral("(unexpected) "));
-      button = box->buttons().value(0);
-    }
-    if (button) button->click();
-  }
-
-  QTimer poll_;
-  std::deque<QMessageBox::StandardButton> answers_;
-};
-
-QStringList Items(const QListWidget& list) {
-  QStringList items;
-  for (int i = 0; i < list.count(); ++i) items << list.item(i)->text();
-  return items;
 }
 
 const QString kOverwriteFruit =

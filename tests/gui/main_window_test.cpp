@@ -21,8 +21,10 @@
 #include "platform/qt/qt_runtime.h"
 #include "play/form1.h"
 #include "profile/profile_store.h"
+#include "tests/gui/gui_support.h"
 
 using namespace pelmora;
+using pelmora::testing::ReadFile;
 
 namespace {
 
@@ -42,11 +44,6 @@ struct Run {
   std::unique_ptr<FormWindow> window;
   std::vector<std::string> failures;
 };
-
-QByteArray ReadFile(const QString& path) {
-  QFile file(path);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 // The pixels a twip rectangle covers at dpi, edges rounded.
 QRect Expected(int left, int top, int width, int height, double dpi) {

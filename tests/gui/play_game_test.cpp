@@ -31,9 +31,12 @@
 #include <vector>
 
 #include "app/program.h"
+#include "tests/gui/gui_support.h"
 #include "platform/qt/control_views.h"
+#include "tests/support/grid_words.h"
 
 using namespace pelmora;
+using namespace pelmora::testing;
 
 namespace {
 
@@ -55,58 +58,8 @@ const char kProfile[] =
     "[ANIMALS]\r\n1=CAT\r\n2=DOG\r\n"
     "[FRUIT]\r\n1=PEAR\r\n2=PLUM\r\n3=FIG\r\n4=KIWI\r\n";
 
-QByteArray ReadFile(const QString& path) {
-  QFile file(path);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool WriteFile(const QString& path, const QByteArray& bytes) {
-  QFile file(path);
-  return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
-// Answers every message box that comes up with the next answer in line, and
-// keeps what each said. A box nobody expected is answered with its first
-// button, so the run goes on and the comparison of texts shows the fault.
-class BoxPlayer {
- public:
-  BoxPlayer() {
-    poll_.setInterval(5);
-    QObject::connect(&poll_, &QTimer::timeout, [this] { Poll(); });
-    poll_.start();
-  }
-  void Expect(QMessageBox::StandardButton answer) { answers_.push_back(answer); }
-
-  QStringList seen;
-  // Looks at a box before it is answered (the window behind it, say).
-  std::function<void(QMessageBox*)> inspect;
-
- private:
-  void Poll() {
-    auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-    if (!box || !box->isVisible()) return;
-    seen << box->text();
-    if (inspect) inspect(box);
-    QAbstractButton* button = nullptr;
-    if (!answers_.empty()) {
-      button = box->button(answers_.front());
-      answers_.pop_front();
-    }
-    if (!button) {
-      seen.back().prepend(QStringLiteral("(unexpected) "));
-      button = box->buttons().value(0);
-    }
-    if (button) button->click();
-  }
-
-  QTimer poll_;
-  std::deque<QMessageBox::StandardButton> answers_;
-};
-
-struct Cell {
-  int row = 0;
-  int col = 0;
-};
+using Cell = pelmora::testing::GridCell;
+using pelmora::testing::FindWord;
 
 // The board as 15 lines of letters, for failure messages.
 QByteArray BoardText(const FlexGrid& grid) {
@@ -119,26 +72,6 @@ QByteArray BoardText(const FlexGrid& grid) {
     }
   }
   return text;
-}
-
-// Where the word runs on the board in a straight line, along any of the
-// eight directions; empty when it doesn't.
-std::vector<Cell> FindWord(const FlexGrid& grid, const std::string& word) {
-  static constexpr int kSteps[8][2] = {{0, 1}, {1, 0}, {1, 1}, {-1, 1}, {0, -1}, {-1, 0}, {-1, -1}, {1, -1}};
-  const int n = static_cast<int>(word.size());
-  for (int r = 0; r < grid.Rows(); ++r)
-    for (int c = 0; c < grid.Cols(); ++c)
-      for (const auto& step : kSteps) {
-        std::vector<Cell> cells;
-        for (int i = 0; i < n; ++i) {
-          const int rr = r + step[0] * i, cc = c + step[1] * i;
-          if (rr < 0 || rr >= grid.Rows() || cc < 0 || cc >= grid.Cols()) break;
-          if (grid.CellAt(rr, cc).text != word.substr(static_cast<std::size_t>(i), 1)) break;
-          cells.push_back({rr, cc});
-        }
-        if (static_cast<int>(cells.size()) == n) return cells;
-      }
-  return {};
 }
 
 // Pixels of the surface from twips, at the window's DPI.
@@ -210,12 +143,6 @@ QString CheckNewRing(const QImage& before, const QImage& after, const Scale& sca
   if (std::hypot(sumX / changed, sumY / changed) > 1.5)
     return where + QStringLiteral("centred %1,%2 px off").arg(sumX / changed).arg(sumY / changed);
   return {};
-}
-
-QStringList Items(const QListWidget& list) {
-  QStringList items;
-  for (int i = 0; i < list.count(); ++i) items << list.item(i)->text();
-  return items;
 }
 
 // The main window's widgets a player uses.

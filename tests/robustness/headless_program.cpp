@@ -204,31 +204,6 @@ std::vector<std::string> GameWords(const IniView& ini, const std::string& sectio
   return words;
 }
 
-std::vector<std::pair<int, int>> FindWord(const FlexGrid& grid, const std::string& word) {
-  const std::vector<std::string> letters = Chars(word);
-  if (letters.empty()) return {};
-  static constexpr int kSteps[8][2] = {{0, 1}, {0, -1}, {1, 0}, {-1, 0}, {1, 1}, {-1, -1}, {-1, 1}, {1, -1}};
-  const int n = static_cast<int>(letters.size());
-  for (int r = 0; r < grid.Rows(); ++r) {
-    for (int c = 0; c < grid.Cols(); ++c) {
-      for (const auto& step : kSteps) {
-        const int lastR = r + step[0] * (n - 1);
-        const int lastC = c + step[1] * (n - 1);
-        if (lastR < 0 || lastR >= grid.Rows() || lastC < 0 || lastC >= grid.Cols()) continue;
-        std::vector<std::pair<int, int>> path;
-        for (int k = 0; k < n; ++k) {
-          const int rr = r + step[0] * k;
-          const int cc = c + step[1] * k;
-          if (grid.CellAt(rr, cc).text != letters[static_cast<std::size_t>(k)]) break;
-          path.push_back({rr, cc});
-        }
-        if (static_cast<int>(path.size()) == n) return path;
-      }
-    }
-  }
-  return {};
-}
-
 bool BoardFull(const FlexGrid& grid) {
   if (grid.Rows() != 15 || grid.Cols() != 15) return false;
   for (int r = 0; r < grid.Rows(); ++r) {

@@ -21,6 +21,7 @@
 #include "platform/runtime.h"
 #include "play/form1.h"
 #include "profile/profile_store.h"
+#include "tests/support/grid_words.h"
 
 namespace pelmora::robustness {
 
@@ -181,9 +182,7 @@ std::optional<std::string> ReadFile(const std::string& path);
 std::vector<std::string> IndexNames(const IniView& ini, bool gamesStops);
 std::vector<std::string> GameWords(const IniView& ini, const std::string& section);
 
-// The cells a word runs through on the board, along any of the eight
-// directions; empty when the word isn't there.
-std::vector<std::pair<int, int>> FindWord(const FlexGrid& grid, const std::string& word);
+using testing::FindWord;
 
 // Whether every cell holds exactly one character.
 bool BoardFull(const FlexGrid& grid);

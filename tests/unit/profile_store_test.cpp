@@ -7,9 +7,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <optional>
-#include <random>
 #include <sstream>
 #include <string>
 #include <tuple>
@@ -525,17 +523,6 @@ TEST(ProfileStoreFailure, AReadOnlyFileIsLeftAsItIs) {
   EXPECT_EQ(Slurp(dir.File()), "[a]\r\nx=4\r\n");
 }
 
-TEST(ProfileStoreFailure, AFolderThatCannotBeMade) {
-  TempDir dir;
-  Spit(dir.File("plain"), "a file where a folder should be");
-  PosixFileSystem fs;
-  ProfileStore store(dir.File("plain/pelmora/wsearch.ini"), fs);
-  EXPECT_FALSE(store.WriteProfileValue("a", "x", "1"));
-  EXPECT_EQ(store.ReadProfileValue("a", "x", "none").text, "none");
-  EXPECT_FALSE(store.WriteProfileValue("a", "x", "1"));
-  EXPECT_EQ(dir.Names(), std::vector<std::string>{"plain"});
-}
-
 TEST(ProfileStoreFailure, EachStepOfAReplacementCanFail) {
   using Step = FaultyFileSystem::Step;
   const std::string before = "[a]\r\nx=1\r\n";
@@ -589,175 +576,6 @@ TEST(ProfileStoreFailure, AnUnreadableFileIsNeverWrittenOver) {
   EXPECT_TRUE(store.WriteProfileValue("a", "y", "2"));
   store.HandlerEnds();
   EXPECT_EQ(Slurp(dir.File()), "[a]\r\nx=1\r\ny=2\r\n");
-}
-
-// ---------------------------------------------------------------------------
-// Random operations against a map of what reads must give
-
-class ProfileStoreModel : public ::testing::TestWithParam<unsigned> {};
-
-TEST_P(ProfileStoreModel, ReadsMatchAMapOfTheWrites) {
-  const unsigned seed = GetParam();
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 rng(seed);
-  auto pick = [&](const auto& items) { return items[rng() % items.size()]; };
-
-  const std::vector<std::string> sections = {"games", "GAMES", "Games", "gAMes", "Settings", "settings",
-                                             "Fruit", "FRUIT",  "fruit", "Été",   "été",      "ÉTÉ",
-                                             "a]b",   "A]B",    "x y",   "X Y"};
-  const std::vector<std::string> keys = {"1", "2", "3", "10", "4096", "Visible", "visible", "VISIBLE", "Time",
-                                         "x", "X", "ж",  "Ж",  "#k",   ";K",      "k=v",     "[k"};
-  const std::vector<std::string> chars = {"a", "b", "Z", "0", "9", "é", "€", "ж", "𝄞", "=", "[", "]", ";", "#", " "};
-  auto randomValue = [&] {
-    if (rng() % 10 == 0) return std::string(rng() % 2 ? "" : "none");
-    const int n = static_cast<int>(rng() % 41);
-    std::string v;
-    for (int i = 0; i < n; ++i) v += pick(chars);
-    if (!v.empty() && v.front() == ' ') v.front() = 'q';  // a value's blanks at its ends aren't kept
-    if (!v.empty() && v.back() == ' ') v.back() = 'q';
-    return v;
-  };
-
-  TempDir dir;
-  std::map<std::pair<std::string, std::string>, std::string> model;  // by upper-case names
-  if (seed % 2 == 0) {
-    // A hand-edited Latin-1 file to start from.
-    Spit(dir.File(), "junk\n[Fruit]\rx=caf\xE9\n\n[games]\r\n1=A\r\n;=\r\n");
-    model[{"FRUIT", "X"}] = "café";
-    model[{"GAMES", "1"}] = "A";
-  }
-  FaultyFileSystem fs;
-  fs.skipSync = true;
-  auto store = std::make_unique<ProfileStore>(dir.File(), fs);
-  int depth = 0;
-
-  auto check = [&](const std::string& section, const std::string& key, int step) {
-    const auto found = model.find({UCase(section), UCase(key)});
-    const std::string expected = found == model.end() ? "none" : Left(found->second, 31);
-    const ProfileValue v = store->ReadProfileValue(section, key, "none");
-    EXPECT_EQ(v.text, expected) << "step " << step << ": " << section << "/" << key;
-    EXPECT_EQ(v.length, static_cast<int>(Len(expected))) << "step " << step;
-  };
-
-  for (int step = 0; step < 3000 && !HasFailure(); ++step) {
-    const unsigned r = rng() % 100;
-    if (r < 45) {
-      const std::string section = pick(sections), key = pick(keys), value = randomValue();
-      const bool writable = key.front() != '[' && key.find('=') == std::string::npos;
-      EXPECT_EQ(store->WriteProfileValue(section, key, value), writable) << "step " << step;
-      if (writable) model[{UCase(section), UCase(key)}] = value;
-    } else if (r < 88) {
-      check(pick(sections), pick(keys), step);
-    } else if (r < 92) {
-      if (depth < 3) {
-        store->HandlerBegins();
-        ++depth;
-      }
-    } else if (r < 96) {
-      if (depth > 0) {
-        store->HandlerEnds();
-        --depth;
-      }
-    } else if (r < 97) {
-      store->BeforeWait();
-    } else if (r < 98) {
-      store->AfterWait();
-    } else {
-      for (; depth > 0; --depth) store->HandlerEnds();
-      store = std::make_unique<ProfileStore>(dir.File(), fs);
-    }
-  }
-  for (; depth > 0; --depth) store->HandlerEnds();
-  store = std::make_unique<ProfileStore>(dir.File(), fs);
-  for (const auto& section : sections) {
-    for (const auto& key : keys) check(section, key, -1);
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Seeds, ProfileStoreModel, ::testing::Values(1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u));
-
-// ---------------------------------------------------------------------------
-// Files nobody meant to write
-
-TEST(ProfileStoreRobustness, RandomBytesKeepEveryOtherValue) {
-  const std::string alphabet = "[]=\r\n \t\x1a\v\f;#\"'abAB\xE9\xC3\xA9\xEF\xBB\xBF\xFF"s + '\0';
-  const std::vector<std::string> sections = {"a", "b", "ab", "a]", "[a"};
-  const std::vector<std::string> keys = {"a", "b", "ba", "[a", "#", "\"a\""};
-  for (unsigned seed = 1; seed <= 200; ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 rng(seed);
-    std::string bytes(rng() % 2000, ' ');
-    for (char& c : bytes) c = alphabet[rng() % alphabet.size()];
-    TempDir dir;
-    Spit(dir.File(), bytes);
-    FaultyFileSystem fs;
-    fs.skipSync = true;
-
-    std::vector<ProfileValue> before;
-    {
-      ProfileStore store(dir.File(), fs);
-      for (const auto& s : sections) {
-        for (const auto& k : keys) before.push_back(store.ReadProfileValue(s, k, "none"));
-      }
-      const std::string value = seed % 2 ? "v1é" : "v€";  // Latin-1 can spell the one, not the other
-      ASSERT_TRUE(store.WriteProfileValue("a", "k", value));
-      EXPECT_EQ(store.ReadProfileValue("a", "k", "none").text, value);
-    }
-    ProfileStore fresh(dir.File(), fs);
-    EXPECT_EQ(fresh.ReadProfileValue("a", "k", "none").text, seed % 2 ? "v1é" : "v€");
-    std::size_t i = 0;
-    for (const auto& s : sections) {
-      for (const auto& k : keys) {
-        const ProfileValue v = fresh.ReadProfileValue(s, k, "none");
-        EXPECT_EQ(v.text, before[i].text) << s << "/" << k;
-        EXPECT_EQ(v.length, before[i].length) << s << "/" << k;
-        ++i;
-      }
-    }
-  }
-}
-
-TEST(ProfileStoreRobustness, HugeFiles) {
-  TempDir dir;
-  FaultyFileSystem fs;
-  fs.skipSync = true;
-  {
-    std::string bytes;
-    for (int i = 0; i < 100000; ++i) bytes += "[s" + std::to_string(i) + "]\r\nk=" + std::to_string(i) + "\r\n";
-    Spit(dir.File(), bytes);
-    ProfileStore store(dir.File(), fs);
-    EXPECT_EQ(store.ReadProfileValue("S99999", "k", "none").text, "99999");
-    EXPECT_TRUE(store.WriteProfileValue("s50000", "new", "1"));
-    ProfileStore fresh(dir.File(), fs);
-    EXPECT_EQ(fresh.ReadProfileValue("s50000", "new", "none").text, "1");
-    EXPECT_EQ(fresh.ReadProfileValue("s50001", "k", "none").text, "50001");
-  }
-  {
-    const std::string line(1 << 20, 'v');
-    Spit(dir.File(), "[a]\r\nx=" + line + "\r\ny=2\r\n");
-    ProfileStore store(dir.File(), fs);
-    const ProfileValue v = store.ReadProfileValue("a", "x", "none");
-    EXPECT_EQ(v.text, Repeat("v", 31));
-    EXPECT_EQ(v.length, 31);
-    EXPECT_TRUE(store.WriteProfileValue("a", "y", "3"));
-    EXPECT_EQ(Slurp(dir.File()), "[a]\r\nx=" + line + "\r\ny=3\r\n");
-  }
-  {
-    const std::string crs(1 << 20, '\r');
-    Spit(dir.File(), crs);
-    ProfileStore store(dir.File(), fs);
-    EXPECT_EQ(store.ReadProfileValue("a", "x", "none").text, "none");
-    EXPECT_TRUE(store.WriteProfileValue("a", "x", "1"));
-    EXPECT_EQ(Slurp(dir.File()), crs + "[a]\r\nx=1\r\n");
-  }
-  {
-    const std::string brackets(1 << 20, '[');
-    Spit(dir.File(), brackets);
-    ProfileStore store(dir.File(), fs);
-    EXPECT_EQ(store.ReadProfileValue(brackets, "x", "none").text, "none");
-    EXPECT_TRUE(store.WriteProfileValue("a", "x", "1"));
-    EXPECT_EQ(ProfileStore(dir.File(), fs).ReadProfileValue("a", "x", "none").text, "1");
-  }
 }
 
 }  // namespace
