@@ -1,10 +1,12 @@
 #include "platform/file_system.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <ctime>
 #include <vector>
 
 namespace pelmora {
@@ -92,6 +94,29 @@ bool PosixFileSystem::MakeFolder(const std::string& folder) {
     if (pos == std::string::npos) break;
   }
   return IsFolder(folder);
+}
+
+int PosixFileSystem::RemoveStaleTemporaries(const std::string& path, std::int64_t olderThanSeconds) {
+  const std::size_t slash = path.rfind('/');
+  const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash);
+  // The names CreateTemporary gives: "." + the file's name + ".tmp-" and six
+  // characters of mkostemp's.
+  const std::string prefix = "." + path.substr(slash == std::string::npos ? 0 : slash + 1) + ".tmp-";
+  DIR* dir = ::opendir(folder.c_str());
+  if (dir == nullptr) return 0;
+  const std::int64_t cutOff = static_cast<std::int64_t>(std::time(nullptr)) - olderThanSeconds;
+  int removed = 0;
+  while (const dirent* entry = ::readdir(dir)) {
+    const std::string name = entry->d_name;
+    if (name.size() != prefix.size() + 6 || name.compare(0, prefix.size(), prefix) != 0) continue;
+    const std::string temporary = folder + "/" + name;
+    struct stat st {};
+    if (::lstat(temporary.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) continue;
+    if (static_cast<std::int64_t>(st.st_mtime) >= cutOff) continue;
+    if (::unlink(temporary.c_str()) == 0) ++removed;
+  }
+  ::closedir(dir);
+  return removed;
 }
 
 int PosixFileSystem::CreateTemporary(const std::string& folder, std::string& tempPath) {

@@ -57,6 +57,12 @@ class PosixFileSystem : public FileSystem {
   FileIdentity Identify(const std::string& path) override;
   std::optional<std::string> ReadAll(const std::string& path) override;
 
+  // A run killed in the middle of a write leaves its temporary beside the
+  // file. Removes those of path's temporaries last changed more than
+  // olderThanSeconds ago, which no write still under way can own; returns
+  // how many went.
+  int RemoveStaleTemporaries(const std::string& path, std::int64_t olderThanSeconds);
+
  protected:
   bool MakeFolder(const std::string& folder) override;
   int CreateTemporary(const std::string& folder, std::string& tempPath) override;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -359,6 +360,23 @@ TEST(FileSystemReplace, KeepsTheModeOfTheFileAndMakesNewFilesReadable) {
   ASSERT_TRUE(fs.ReplaceAtomically(dir.File("deep/er/f.ini"), "made"));
   EXPECT_EQ(Slurp(dir.File("deep/er/f.ini")), "made");
   EXPECT_EQ(dir.Names(), (std::vector<std::string>{"deep", "new.ini", "own.ini"}));
+}
+
+TEST(FileSystemSweep, OnlyTheFilesOwnTemporariesADayOldGo) {
+  TempDir dir;
+  const std::string old = ".wsearch.ini.tmp-Ab12Cd", fresh = ".wsearch.ini.tmp-Xy34Zw";
+  for (const std::string& name : {old, fresh, ".other.ini.tmp-Ab12Cd"s, ".wsearch.ini.tmp-long-name"s,
+                                  "wsearch.ini"s, "wsearch.ini.tmp-Ab12Cd"s})
+    Spit(dir.File(name), "x");
+  const timespec twoDaysAgo[2] = {{::time(nullptr) - 2 * 86400, 0}, {::time(nullptr) - 2 * 86400, 0}};
+  for (const std::string& name : dir.Names()) {
+    if (name != fresh) ::utimensat(AT_FDCWD, dir.File(name).c_str(), twoDaysAgo, 0);
+  }
+  PosixFileSystem fs;
+  EXPECT_EQ(fs.RemoveStaleTemporaries(dir.File(), 86400), 1);
+  EXPECT_EQ(dir.Names(), (std::vector<std::string>{".other.ini.tmp-Ab12Cd", fresh, ".wsearch.ini.tmp-long-name",
+                                                   "wsearch.ini", "wsearch.ini.tmp-Ab12Cd"}));
+  EXPECT_EQ(fs.RemoveStaleTemporaries(dir.File("missing/wsearch.ini"), 86400), 0);
 }
 
 // ---------------------------------------------------------------------------
