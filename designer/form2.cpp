@@ -13,6 +13,10 @@ constexpr int kWordMaxLength = 15;
 constexpr int kNameMaxLength = 30;
 constexpr TwipRect kFirstBox = {3120, 360, 2535, 285};
 
+// The sections the file keeps for itself, as a name upper-cased would meet them.
+constexpr std::string_view kIndexUpper = "GAMES";
+constexpr std::string_view kSettingsUpper = "SETTINGS";
+
 const char* const kGiveAName = "Please give your game a name";
 const char* const kChooseAnotherName = "Please choose another name for your game";
 const char* const kSaveChanges = "Save changes made?";
@@ -22,17 +26,6 @@ const char* const kBlankCellWarning =
 
 std::string OverwriteQuestion(const std::string& name) {
   return "You already have a game called " + name + " - do you wish to overwrite it?";
-}
-
-// Names the file can't hold as typed: the markers of its own sections, a
-// blank at either end (trimmed away on reading) and a name in quotes (which
-// reading strips).
-bool NameRefused(const std::string& name) {
-  if (name.empty()) return false;
-  const std::string upper = UCase(name);
-  if (upper == "GAMES" || upper == "SETTINGS") return true;
-  if (name.front() == ' ' || name.back() == ' ') return true;
-  return name.size() >= 2 && name.front() == name.back() && (name.front() == '"' || name.front() == '\'');
 }
 
 // A word as Exit stores it: every blank removed, everything else kept.
@@ -45,6 +38,14 @@ std::string RemoveBlanks(std::string_view word) {
 }
 
 }  // namespace
+
+bool NameFileCannotHold(std::string_view name) {
+  if (name.empty()) return false;
+  const std::string upper = UCase(name);
+  if (upper == kIndexUpper || upper == kSettingsUpper) return true;
+  if (name.front() == ' ' || name.back() == ' ') return true;
+  return name.size() >= 2 && name.front() == name.back() && (name.front() == '"' || name.front() == '\'');
+}
 
 std::string NormaliseWord(std::string_view word) {
   std::string out;
@@ -180,25 +181,47 @@ void Form2_Form_Activate(Form2& f) { f.Design.DirtyFlag = 0; }
 
 namespace {
 
-// Save, telling its callers whether it wrote.
-bool SaveGame(Form2& f) {
-  DesignerState& d = f.Design;
-  if (d.DirtyFlag != 1) return false;
-  const std::string name = f.Text1.Text();
+// What Save and Exit both ask before they write, in this order: a name when
+// the first box holds a word, a name the file can hold, and the overwrite
+// question for each line of the list that holds the name (a name twice in
+// the list asks twice). They differ in one point: Save takes DirtyFlag down
+// before the question, so that after a No a second Save has nothing to do,
+// while Exit keeps it, so that the next Exit asks again.
+enum class DirtyFlagAtQuestion { Cleared, Kept };
+
+bool NameAccepted(Form2& f, const std::string& name, DirtyFlagAtQuestion flag) {
   if (name.empty() && !f.Text(1)->Text().empty()) {
     f.runtime.MsgBox(kGiveAName, vbCritical);
     return false;
   }
-  if (NameRefused(name)) {
+  if (NameFileCannotHold(name)) {
     f.runtime.MsgBox(kChooseAnotherName, vbCritical);
     return false;
   }
-  d.DirtyFlag = 0;
+  if (flag == DirtyFlagAtQuestion::Cleared) f.Design.DirtyFlag = 0;
   for (int i = 0; i < f.List1.ListCount(); ++i) {
     if (!name.empty() && UCase(name) == UCase(f.List1.List(i))) {
       if (f.runtime.MsgBox(OverwriteQuestion(name), vbYesNoQuestion) == vbNo) return false;
     }
   }
+  return true;
+}
+
+// Where the boxes stand for no stored game, a name goes to the slot behind
+// the listed games rather than to that of a game the boxes don't show.
+void TakeNewSlotIfNoGame(Form2& f, const std::string& name) {
+  DesignerState& d = f.Design;
+  if (!name.empty() && (d.EditedSlot < 0 || d.BoxesStandForNoGame)) {
+    d.EditedSlot = static_cast<std::int16_t>(f.List1.ListCount());
+  }
+}
+
+// Save, telling its callers whether it wrote.
+bool SaveGame(Form2& f) {
+  DesignerState& d = f.Design;
+  if (d.DirtyFlag != 1) return false;
+  const std::string name = f.Text1.Text();
+  if (!NameAccepted(f, name, DirtyFlagAtQuestion::Cleared)) return false;
   for (int i = 2; i <= kWordsPerGame; ++i) {
     if (f.Text(i - 1)->Text().empty() && !f.Text(i)->Text().empty()) {
       f.runtime.MsgBox(kBlankCellWarning, vbInformation);
@@ -207,10 +230,8 @@ bool SaveGame(Form2& f) {
   }
   if (f.runtime.MsgBox(kSaveChanges, vbYesNoQuestion) == vbNo) return false;
 
-  if (!name.empty() && (d.EditedSlot < 0 || d.BoxesStandForNoGame)) {
-    d.EditedSlot = static_cast<std::int16_t>(f.List1.ListCount());
-    d.BoxesStandForNoGame = false;
-  }
+  TakeNewSlotIfNoGame(f, name);
+  d.BoxesStandForNoGame = false;
   const int listed = f.List1.ListCount();
   WriteGameEntry(f.store, d.EditedSlot + 1, name, f.Boxes(), NormaliseWord);
   // A blanked slot is always closed, so positions in the list and slots in
@@ -281,23 +302,9 @@ void Form2_Command4_Click(Form2& f) {
   DesignerState& d = f.Design;
   if (d.DirtyFlag == 1) {
     const std::string name = f.Text1.Text();
-    if (name.empty() && !f.Text(1)->Text().empty()) {
-      f.runtime.MsgBox(kGiveAName, vbCritical);
-      return;
-    }
-    if (NameRefused(name)) {
-      f.runtime.MsgBox(kChooseAnotherName, vbCritical);
-      return;
-    }
-    for (int i = 0; i < f.List1.ListCount(); ++i) {
-      if (!name.empty() && UCase(name) == UCase(f.List1.List(i))) {
-        if (f.runtime.MsgBox(OverwriteQuestion(name), vbYesNoQuestion) == vbNo) return;
-      }
-    }
+    if (!NameAccepted(f, name, DirtyFlagAtQuestion::Kept)) return;
     if (f.runtime.MsgBox(kSaveChanges, vbYesNoQuestion) == vbYes) {
-      if (!name.empty() && (d.EditedSlot < 0 || d.BoxesStandForNoGame)) {
-        d.EditedSlot = static_cast<std::int16_t>(f.List1.ListCount());
-      }
+      TakeNewSlotIfNoGame(f, name);
       WriteGameEntry(f.store, d.EditedSlot + 1, name, f.Boxes(), RemoveBlanks);
       if (name.empty() && f.List1.ListCount() > 0) CompactIndex(f.store, f.List1.ListCount());
     }

@@ -77,6 +77,11 @@ void Form2_Command2_Click(Form2& f);  // Delete
 void Form2_Command3_Click(Form2& f);  // Save
 void Form2_Command4_Click(Form2& f);  // Exit
 
+// Names the file can't hold as typed, which Save and Exit refuse: the names
+// of its own sections (games, settings, in any case), a blank at either end
+// (trimmed away on reading) and a name in quotes (which reading strips).
+bool NameFileCannotHold(std::string_view name);
+
 // A word as Save stores it: only the letters A to Z of either case stay,
 // each with the case it had.
 std::string NormaliseWord(std::string_view word);
