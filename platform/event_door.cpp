@@ -6,12 +6,15 @@ namespace pelmora {
 
 void EventDoor::Dispatch(const std::function<void()>& handler) {
   for (WriteGroup* g : groups_) g->HandlerBegins();
+  told_.push_back(false);
   struct FlushAtEnd {
-    std::vector<WriteGroup*>& groups;
+    EventDoor& door;
     ~FlushAtEnd() {
-      for (WriteGroup* g : groups) g->HandlerEnds();
+      for (WriteGroup* g : door.groups_) g->HandlerEnds();
+      door.TellWriteFailures();
+      door.told_.pop_back();
     }
-  } flush{groups_};
+  } flush{*this};
   try {
     handler();
   } catch (const std::exception& e) {
@@ -21,10 +24,30 @@ void EventDoor::Dispatch(const std::function<void()>& handler) {
 
 void EventDoor::BeforeWait() {
   for (WriteGroup* g : groups_) g->BeforeWait();
+  TellWriteFailures();
 }
 
 void EventDoor::AfterWait() {
   for (WriteGroup* g : groups_) g->AfterWait();
+}
+
+void EventDoor::TellWriteFailures() {
+  std::string failure;
+  for (WriteGroup* g : groups_) {
+    std::string f = g->TakeFailure();
+    if (failure.empty()) failure = std::move(f);
+  }
+  if (failure.empty() || !onWriteFailed) return;
+  // Once per handler: the box itself is a wait, which comes back here.
+  if (!told_.empty()) {
+    if (told_.back()) return;
+    told_.back() = true;
+  }
+  try {
+    onWriteFailed(failure);
+  } catch (const std::exception& e) {
+    if (onFailure) onFailure(e.what());
+  }
 }
 
 }  // namespace pelmora
