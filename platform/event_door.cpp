@@ -7,19 +7,25 @@ namespace pelmora {
 void EventDoor::Dispatch(const std::function<void()>& handler) {
   for (WriteGroup* g : groups_) g->HandlerBegins();
   told_.push_back(false);
-  struct FlushAtEnd {
-    EventDoor& door;
-    ~FlushAtEnd() {
-      for (WriteGroup* g : door.groups_) g->HandlerEnds();
-      door.TellWriteFailures();
-      door.told_.pop_back();
-    }
-  } flush{*this};
+  struct Leave {
+    std::vector<bool>& told;
+    ~Leave() { told.pop_back(); }
+  } leave{told_};
+  auto end = [this] {
+    for (WriteGroup* g : groups_) g->HandlerEnds();
+  };
   try {
     handler();
   } catch (const std::exception& e) {
     if (onFailure) onFailure(e.what());
+  } catch (...) {
+    end();  // a run that ends still writes out what it wrote
+    throw;
   }
+  end();
+  // Telling is a message box, which may end a scripted run: not from a
+  // destructor.
+  TellWriteFailures();
 }
 
 void EventDoor::BeforeWait() {
