@@ -11,5 +11,6 @@ int main(int argc, char* argv[]) {
   QApplication app(argc, argv);
   pelmora::IdentifyApplication();
   pelmora::Program program(pelmora::PlayerProfilePath());
+  program.Start();
   return QApplication::exec();
 }

@@ -27,11 +27,18 @@ void IdentifyApplication() {
 constexpr std::int64_t kStaleTemporarySeconds = 24 * 60 * 60;
 
 // The store makes the profile's folder on its first write.
-Program::Program(const std::string& profilePath)
-    : store_(profilePath, fileSystem_), runtime_(door_), form_(runtime_, store_) {
-  fileSystem_.RemoveStaleTemporaries(profilePath, kStaleTemporarySeconds);
+Program::Program(const std::string& profilePath, ProgramParts parts)
+    : store_(profilePath, parts.fileSystem ? *parts.fileSystem : ownFileSystem_),
+      runtime_(door_, parts.clocks ? *parts.clocks : ownClocks_,
+               parts.random ? *parts.random : ownRandom_),
+      form_(runtime_, store_) {
   door_.Attach(store_);
   door_.onFailure = [](const std::string& what) { std::fprintf(stderr, "pelmora: %s\n", what.c_str()); };
+  door_.onWriteFailed = [this](const std::string& sentence) { runtime_.MsgBox(sentence, vbExclamation); };
+}
+
+void Program::Start() {
+  ownFileSystem_.RemoveStaleTemporaries(store_.Path(), kStaleTemporarySeconds);
   window_ = runtime_.ShowMainForm(form_);
 }
 

@@ -1,17 +1,18 @@
 #pragma once
-// The running game, all but the application object: the profile store on a
-// file, the event door, the Qt runtime and the main window, wired as the
-// program runs them. The entry point makes one on the player's own file; the
-// screenshot driver makes one on a file of its own and drives the very same
-// windows.
+// The running game, all but the application object. The entry point makes
+// one on the player's own file; pelmora-script's Qt front makes one on a file
+// of its own and drives the very same windows.
 
 #include <memory>
 #include <string>
 
+#include "app/program_parts.h"
+#include "platform/clock.h"
 #include "platform/event_door.h"
 #include "platform/file_system.h"
 #include "platform/qt/form_window.h"
 #include "platform/qt/qt_runtime.h"
+#include "platform/random.h"
 #include "play/form1.h"
 #include "profile/profile_store.h"
 
@@ -29,21 +30,31 @@ std::string PlayerProfilePath();
 // icon). Call once, after the application object is made.
 void IdentifyApplication();
 
-// Builds the store on profilePath, runs Form1's Load and shows its window.
-// Needs the application object. Members are destroyed in the reverse order
-// of their making: the window first, the file system last.
+// The game on a profile file: the store, the event door, the Qt runtime and
+// the main window, wired as the program runs them. Needs the application
+// object. Members are destroyed in the reverse order of their making: the
+// window first, the file system last.
 class Program {
  public:
-  explicit Program(const std::string& profilePath);
+  // Parts left unset: the machine's clocks, draws seeded from the clock, and
+  // the real file system; pelmora-script's Qt front gives its own.
+  explicit Program(const std::string& profilePath, ProgramParts parts = {});
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
+
+  // Runs Form1's Load and shows its window.
+  void Start();
 
   Form1& MainForm() { return form_; }
   FormWindow& MainWindow() { return *window_; }
   QtRuntime& Runtime() { return runtime_; }
+  EventDoor& Door() { return door_; }
+  ProfileStore& Store() { return store_; }
 
  private:
-  PosixFileSystem fileSystem_;
+  SystemClocks ownClocks_;
+  ClockSeededRandom ownRandom_;
+  PosixFileSystem ownFileSystem_;
   ProfileStore store_;
   EventDoor door_;
   QtRuntime runtime_;

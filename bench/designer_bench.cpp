@@ -9,11 +9,7 @@
 #include <sstream>
 #include <string>
 
-#include "designer/form2.h"
-#include "platform/event_door.h"
-#include "platform/file_system.h"
-#include "platform/headless/headless_runtime.h"
-#include "profile/profile_store.h"
+#include "app/headless_program.h"
 
 namespace pelmora {
 namespace {
@@ -41,11 +37,10 @@ const std::string& BigProfile() {
   return bytes;
 }
 
+// The program on the profile, with the designer open; every question is
+// answered Yes.
 struct Designer {
-  explicit Designer(const std::string& path)
-      : store(path, fs), runtime(door, sink), form(runtime, store) {
-    door.Attach(store);
-  }
+  explicit Designer(const std::string& path) : program(path), form(program.Start().Designer) {}
   void Open() {
     door.Dispatch([this] {
       form.Loaded = true;
@@ -53,12 +48,9 @@ struct Designer {
       Form2_Form_Activate(form);
     });
   }
-  PosixFileSystem fs;
-  ProfileStore store;
-  EventDoor door;
-  std::ostringstream sink;
-  HeadlessRuntime runtime;
-  Form2 form;
+  HeadlessProgram program;
+  Form2& form;
+  EventDoor& door = program.door;
 };
 
 std::string FreshProfile(const char* name) {
@@ -95,10 +87,7 @@ void BM_SaveAGame(benchmark::State& state) {
   d.Open();
   int n = 0;
   for (auto _ : state) {
-    // A word changed in the first game, saved under its own name: the
-    // overwrite question and "Save changes made?" both answered Yes.
-    d.runtime.QueueAnswer(vbYes);
-    d.runtime.QueueAnswer(vbYes);
+    // A word changed in the first game, saved under its own name.
     d.door.Dispatch([&d, &n] {
       d.form.Text(3)->UserType(std::string(1, static_cast<char>('A' + n++ % 26)));
       Form2_Command3_Click(d.form);
@@ -113,7 +102,6 @@ void BM_DeleteTheFirstGame(benchmark::State& state) {
     const std::string path = FreshProfile("delete");
     auto d = std::make_unique<Designer>(path);
     d->Open();
-    d->runtime.QueueAnswer(vbYes);
     state.ResumeTiming();
     d->door.Dispatch([&d] { Form2_Command2_Click(d->form); });
     benchmark::DoNotOptimize(d->form.List1.ListCount());

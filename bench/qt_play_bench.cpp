@@ -55,6 +55,7 @@ struct PaintCounter : QObject {
 // The program on its profile, its window shown and exposed.
 std::unique_ptr<Program> Start(const QString& path) {
   auto program = std::make_unique<Program>(QFile::encodeName(path).toStdString());
+  program->Start();
   if (!QTest::qWaitForWindowExposed(&program->MainWindow())) return nullptr;
   return program;
 }

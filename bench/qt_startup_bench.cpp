@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "app/program.h"
 #include "platform/event_door.h"
 #include "platform/file_system.h"
 #include "platform/picture.h"
@@ -50,26 +51,15 @@ struct PaintWatch : QObject {
 double StartUpSeconds(const QString& path) {
   QElapsedTimer clock;
   clock.start();
-  PosixFileSystem fs;
-  ProfileStore store(QFile::encodeName(path).toStdString(), fs);
-  EventDoor door;
-  door.Attach(store);
-  QtRuntime runtime(door);
-  Form1 form(runtime, store);
+  auto program = std::make_unique<Program>(QFile::encodeName(path).toStdString());
   PaintWatch watch;
   qApp->installEventFilter(&watch);
-  std::unique_ptr<FormWindow> window;
-  {
-    form.Loaded = true;
-    door.Dispatch(form.LoadEvent);
-    window = std::make_unique<FormWindow>(form, door);
-    watch.target = window->WidgetFor(form.Picture1);
-    window->ShowAsFormWants();
-  }
+  program->Start();
+  watch.target = program->MainWindow().WidgetFor(program->MainForm().Picture1);
   while (!watch.painted && clock.elapsed() < 5000) QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
   const double seconds = static_cast<double>(clock.nsecsElapsed()) / 1e9;
   qApp->removeEventFilter(&watch);
-  window.reset();
+  program.reset();
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
   return seconds;
 }

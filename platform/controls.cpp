@@ -159,7 +159,11 @@ int KeyCodeOf(std::string_view c) {
 
 void TextBox::UserType(std::string_view character) {
   if (KeyDown) KeyDown(KeyCodeOf(character), 0);
-  int keyAscii = static_cast<int>(FirstCodePoint(character));
+  // A control character is no character a key types into a box: the key is
+  // met, and that is all.
+  const char32_t c = FirstCodePoint(character);
+  if (c < 0x20 || c == 0x7F) return;
+  int keyAscii = static_cast<int>(c);
   if (KeyPress) KeyPress(keyAscii);
   if (keyAscii == 0) return;  // the handler swallowed the key
   if (maxLength_ > 0 && Len(text_) >= static_cast<std::size_t>(maxLength_)) return;
@@ -191,8 +195,9 @@ void PictureBox::SetPicture(PictureHandle picture) {
   picture_ = std::move(picture);
   circles_.clear();
   if (picture_) {
-    SetWidth(picture_->Width());
-    SetHeight(picture_->Height());
+    const int border = BorderStyle == 1 ? 2 * kBorderTwips : 0;
+    SetWidth(picture_->Width() + border);
+    SetHeight(picture_->Height() + border);
   }
   Notify(Change::Picture);
 }

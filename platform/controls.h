@@ -175,6 +175,7 @@ class TextBox : public Control {
 
   // The player types one character at the end of the text: KeyDown, KeyPress,
   // then (unless MaxLength refuses it) the text grows and Change is raised.
+  // A control character raises KeyDown alone.
   void UserType(std::string_view character);
   // The player presses a key that types nothing: KeyDown only.
   void UserKeyDown(int keyCode);
@@ -208,7 +209,8 @@ struct CircleMark {
 };
 
 // A picture box with AutoSize: it takes the size of each picture assigned to
-// it. Circles are drawn on the surface and last until the next picture.
+// it, and of its border around it. Circles are drawn on the surface and last
+// until the next picture.
 class PictureBox : public Control {
  public:
   PictureBox(std::string name, TwipRect rect, int tabIndex, int drawWidth);
@@ -220,6 +222,10 @@ class PictureBox : public Control {
   void Circle(double x, double y, double radius, std::uint32_t colour);
   const std::vector<CircleMark>& Circles() const { return circles_; }
   int DrawWidth() const { return drawWidth_; }
+
+  // 0 none, 1 the box's fixed single border, kBorderTwips on each side.
+  int BorderStyle = 0;
+  static constexpr int kBorderTwips = 30;
 
   void ZOrder() { Notify(Change::ZOrder); }
   void Refresh() { Notify(Change::Refresh); }

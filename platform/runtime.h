@@ -12,11 +12,11 @@ namespace pelmora {
 
 class Form;
 
-
 // MsgBox values and answers.
 inline constexpr int vbOKOnly = 0;
 inline constexpr int vbCritical = 16;
 inline constexpr int vbYesNoQuestion = 36;  // vbYesNo + vbQuestion
+inline constexpr int vbExclamation = 48;
 inline constexpr int vbInformation = 64;
 inline constexpr int vbOK = 1;
 inline constexpr int vbYes = 6;
@@ -30,8 +30,8 @@ class Runtime {
  public:
   virtual ~Runtime() = default;
 
-  // Shows the prompt with the buttons and icon of value (0, 16, 36 or 64)
-  // and no title of its own; returns vbOK, vbYes or vbNo. Waits.
+  // Shows the prompt with the buttons and icon of value (0, 16, 36, 48 or
+  // 64) and no title of its own; returns vbOK, vbYes or vbNo. Waits.
   virtual int MsgBox(const std::string& prompt, int value) = 0;
   virtual void Beep() = 0;
 
@@ -40,6 +40,11 @@ class Runtime {
 
   // The present date and time as a Date value.
   virtual double Now() = 0;
+  // From a deal to the win a game is in play, and Now then runs on the
+  // steady clock from the moment of the deal, so that a change of the
+  // system's time neither shortens nor stretches the game; between games Now
+  // follows the wall clock. A deal over a game in play starts its time anew.
+  virtual void SetGameInPlay(bool inPlay) = 0;
   virtual RandomSource& Random() = 0;
 
   // Show 1: loads the form if it isn't loaded (raising Load), shows it
@@ -50,6 +55,19 @@ class Runtime {
   // PrintForm: the form's client area with its controls, on the default
   // printer (or where the runtime sends sheets); true when the page went out.
   virtual bool PrintForm(Form& form) = 0;
+};
+
+// What a runtime tells an onlooker (the scripted runs' transcript): the
+// message boxes as answered, the beeps, the forms loaded and unloaded, the
+// sheets printed.
+class RuntimeWatcher {
+ public:
+  virtual ~RuntimeWatcher() = default;
+  virtual void MessageBoxAnswered(int value, const std::string& prompt, int answer) = 0;
+  virtual void Beeped() = 0;
+  virtual void FormLoaded(const Form& form) = 0;
+  virtual void FormUnloaded(const Form& form) = 0;
+  virtual void SheetPrinted(const std::string& path) = 0;
 };
 
 }  // namespace pelmora

@@ -182,6 +182,7 @@ void Form1_Command1_Click(Form1& f) {
   ShowBoard(f.Grid1, f.Picture1);
   if (!leftOut.empty()) f.runtime.MsgBox(LeftOutMessage(slots, leftOut), vbInformation);
   f.Timer1.SetEnabled(true);
+  f.runtime.SetGameInPlay(true);
   // The clock starts when the board is on screen, not when the deal began.
   f.Play.StartTime = f.runtime.Now();
   f.Play.WonFlag = 0;
@@ -276,6 +277,7 @@ void WinSequence(Form1& f) {
                        Format(f.Play.WordCount) + " words from " + f.List2.Text(),
                    vbInformation);
   f.Timer1.SetEnabled(false);
+  f.runtime.SetGameInPlay(false);
   f.Play.WonFlag = 1;
 }
 

@@ -10,6 +10,7 @@ Form3::Form3()
   Left = 60;
   Top = 345;
   Label1.FontBold = true;
+  Picture1.BorderStyle = 1;  // a picture box's border, as it comes
 }
 
 }  // namespace pelmora

@@ -3,28 +3,8 @@
 #include <cstdio>
 
 #include "platform/form.h"
-#include "platform/runtime_helpers.h"
 
 namespace pelmora {
-
-namespace {
-
-constexpr double kMsPerDay = 86400000.0;
-
-const char* AnswerName(int answer) {
-  switch (answer) {
-    case vbYes: return "yes";
-    case vbNo: return "no";
-    default: return "ok";
-  }
-}
-
-bool IsButtonOf(int value, int answer) {
-  if (value == vbYesNoQuestion) return answer == vbYes || answer == vbNo;
-  return answer == vbOK;
-}
-
-}  // namespace
 
 std::string JsonString(std::string_view text) {
   std::string out = "\"";
@@ -51,42 +31,35 @@ std::string JsonString(std::string_view text) {
   return out + "\"";
 }
 
-HeadlessRuntime::HeadlessRuntime(EventDoor& door, std::ostream& transcript)
-    : door_(door),
-      out_(transcript),
-      clockMs_(static_cast<std::int64_t>(DateValue(2026, 1, 1, 12, 0, 0) * kMsPerDay + 0.5)) {}
+HeadlessRuntime::HeadlessRuntime(EventDoor& door, Clocks& clocks, RandomSource& random)
+    : door_(door), gameClock_(clocks), random_(random) {}
 
 int HeadlessRuntime::MsgBox(const std::string& prompt, int value) {
   door_.BeforeWait();
-  while (answers_.empty() && fetchAnswers && fetchAnswers()) {
-  }
-  if (answers_.empty()) {
-    throw RunAborted{2, "a message box with no answer queued: " + JsonString(prompt)};
-  }
-  const int answer = answers_.front();
-  if (!IsButtonOf(value, answer)) {
-    throw RunAborted{2, std::string("the answer ") + AnswerName(answer) +
-                            " is not a button of the message box " + JsonString(prompt)};
-  }
-  answers_.pop_front();
-  out_ << "msgbox " << value << ' ' << JsonString(prompt) << " -> " << AnswerName(answer) << '\n';
+  door_.MessageBoxOpens();
+  struct Close {
+    EventDoor& door;
+    ~Close() { door.MessageBoxCloses(); }
+  } close{door_};
+  const int chosen = answer ? answer(prompt, value) : (value == vbYesNoQuestion ? vbYes : vbOK);
+  if (watcher) watcher->MessageBoxAnswered(value, prompt, chosen);
   door_.AfterWait();
-  return answer;
+  return chosen;
 }
 
-void HeadlessRuntime::Beep() { out_ << "beep\n"; }
-
-double HeadlessRuntime::Now() { return static_cast<double>(clockMs_) / kMsPerDay; }
+void HeadlessRuntime::Beep() {
+  if (watcher) watcher->Beeped();
+}
 
 void HeadlessRuntime::ShowModal(Form& form) {
   door_.BeforeWait();
   if (!form.Loaded) {
-    out_ << "load " << form.Name() << '\n';
+    if (watcher) watcher->FormLoaded(form);
     form.Loaded = true;
     if (form.LoadEvent) form.LoadEvent();
   }
   if (form.ActivateEvent) form.ActivateEvent();
-  // The caller's handler waits here while the script works the form.
+  // The caller's handler waits here while the owner works the form.
   if (runModalLoop && form.Loaded) runModalLoop([&form] { return !form.Loaded; });
   door_.AfterWait();
 }
@@ -94,14 +67,14 @@ void HeadlessRuntime::ShowModal(Form& form) {
 void HeadlessRuntime::Unload(Form& form) {
   if (!form.Loaded) return;
   form.Loaded = false;
-  out_ << "unload " << form.Name() << '\n';
+  if (watcher) watcher->FormUnloaded(form);
 }
 
 bool HeadlessRuntime::PrintForm(Form& form) {
   if (!printSheet) return false;
   const std::string path = printSheet(form);
   if (path.empty()) return false;
-  out_ << "printed " << path << '\n';
+  if (watcher) watcher->SheetPrinted(path);
   return true;
 }
 

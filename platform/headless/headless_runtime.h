@@ -1,15 +1,14 @@
 #pragma once
-// The runtime with no window: a clock that only moves when told, seeded
-// draws, message boxes answered from a queue, modal forms that run on while
-// the caller feeds them events, and a transcript of everything the player
-// would have seen or heard.
+// The runtime with no window: clocks and draws that the owner sets, message
+// boxes answered by the owner, modal forms that run on while the owner feeds
+// them events, and everything the player would have seen or heard told to a
+// watcher.
 
-#include <cstdint>
-#include <deque>
 #include <functional>
-#include <ostream>
 #include <string>
+#include <string_view>
 
+#include "platform/clock.h"
 #include "platform/event_door.h"
 #include "platform/random.h"
 #include "platform/runtime.h"
@@ -18,25 +17,15 @@ namespace pelmora {
 
 class HeadlessRuntime final : public Runtime {
  public:
-  HeadlessRuntime(EventDoor& door, std::ostream& transcript);
+  HeadlessRuntime(EventDoor& door, Clocks& clocks, RandomSource& random);
 
-  // The clock, in milliseconds since the Date value's day zero.
-  void SetClock(std::int64_t milliseconds) { clockMs_ = milliseconds; }
-  std::int64_t ClockMilliseconds() const { return clockMs_; }
-  void Advance(std::int64_t milliseconds) { clockMs_ += milliseconds; }
-
-  void Seed(std::uint64_t seed) { random_.Reseed(seed); }
-
-  // Answers for the next message boxes, in order: vbYes, vbNo or vbOK.
-  void QueueAnswer(int answer) { answers_.push_back(answer); }
-  std::size_t UnusedAnswers() const { return answers_.size(); }
-
-  // How a modal form waits: the caller's loop runs events until done()
-  // holds. Without one, ShowModal returns at once.
+  RuntimeWatcher* watcher = nullptr;
+  // The player's answer to the box standing now: one of its buttons (vbOK,
+  // or vbYes and vbNo for a question). Unset, every box is answered OK or Yes.
+  std::function<int(const std::string& prompt, int value)> answer;
+  // How a modal form waits: runs events until done() holds. Unset, ShowModal
+  // returns at once.
   std::function<void(const std::function<bool()>& done)> runModalLoop;
-  // Asked when a message box finds no answer queued: may queue more (the
-  // script's answer on the line after the event) and returns whether it did.
-  std::function<bool()> fetchAnswers;
   // Where printed sheets go; returns the path written, empty on failure.
   std::function<std::string(Form& form)> printSheet;
 
@@ -44,7 +33,8 @@ class HeadlessRuntime final : public Runtime {
   void Beep() override;
   int MousePointer() const override { return mousePointer_; }
   void SetMousePointer(int pointer) override { mousePointer_ = pointer; }
-  double Now() override;
+  double Now() override { return gameClock_.Now(); }
+  void SetGameInPlay(bool inPlay) override { gameClock_.SetInPlay(inPlay); }
   RandomSource& Random() override { return random_; }
   void ShowModal(Form& form) override;
   void Unload(Form& form) override;
@@ -52,10 +42,8 @@ class HeadlessRuntime final : public Runtime {
 
  private:
   EventDoor& door_;
-  std::ostream& out_;
-  std::int64_t clockMs_;
-  SeededRandom random_{1};
-  std::deque<int> answers_;
+  GameClock gameClock_;
+  RandomSource& random_;
   int mousePointer_ = 0;
 };
 

@@ -3,6 +3,7 @@
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <cmath>
 
 #include "platform/qt/board_painter.h"
 #include "platform/qt/form_window.h"
@@ -29,6 +30,15 @@ BoardSurface::BoardSurface(PictureBox& model, FormWindow& window, QWidget* paren
 
 double BoardSurface::TwipsPerPixel() const { return kTwipsPerInch / window_.Dpi(); }
 
+QPointF BoardSurface::PixelsOf(double xTwips, double yTwips) const {
+  return QPointF(xTwips, yTwips) / TwipsPerPixel();
+}
+
+QPointF BoardSurface::TwipsOf(QPointF pixels) const {
+  const auto exact = [](double twips) { return std::round(twips * 1e6) / 1e6; };
+  return QPointF(exact(pixels.x() * TwipsPerPixel()), exact(pixels.y() * TwipsPerPixel()));
+}
+
 void BoardSurface::Sync(Change what, int index) {
   if (!model_) return;
   switch (what) {
@@ -45,6 +55,7 @@ void BoardSurface::Sync(Change what, int index) {
       const QRectF pixels(twips.left() * scale, twips.top() * scale, twips.width() * scale,
                           twips.height() * scale);
       repaint(pixels.toAlignedRect().adjusted(-1, -1, 1, 1));
+      if (onCircleShown) onCircleShown(Box().Circles()[static_cast<std::size_t>(index)]);
       return;
     }
     case Change::ZOrder:
@@ -78,9 +89,9 @@ void BoardSurface::mousePressEvent(QMouseEvent* event) {
   if (!box) return;
   const int button = MouseButtonOf(event->button());
   const int shift = ShiftStateOf(event->modifiers());
-  const double twipsPerPixel = TwipsPerPixel();
-  const auto x = static_cast<float>(event->position().x() * twipsPerPixel);
-  const auto y = static_cast<float>(event->position().y() * twipsPerPixel);
+  const QPointF twips = TwipsOf(event->position());
+  const auto x = static_cast<float>(twips.x());
+  const auto y = static_cast<float>(twips.y());
   Door().Dispatch([box, button, shift, x, y] { box->UserMouseDown(button, shift, x, y); });
 }
 

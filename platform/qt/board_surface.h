@@ -3,6 +3,7 @@
 // circles drawn on it. A press of the mouse goes to the model in twips.
 
 #include <QWidget>
+#include <functional>
 
 #include "platform/qt/control_views.h"
 
@@ -13,6 +14,15 @@ class BoardSurface final : public QWidget, public ControlView {
  public:
   BoardSurface(PictureBox& model, FormWindow& window, QWidget* parent);
   QWidget* Widget() override { return this; }
+
+  // Where a point of the surface given in twips lies in the widget, and
+  // back. The way back is exact to a millionth of a twip, so a press at the
+  // pixel of any twip position reaches the handler as that position.
+  QPointF PixelsOf(double xTwips, double yTwips) const;
+  QPointF TwipsOf(QPointF pixels) const;
+
+  // Told of each circle once it is on screen.
+  std::function<void(const CircleMark&)> onCircleShown;
 
  protected:
   void paintEvent(QPaintEvent* event) override;

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include <QClipboard>
 #include <QFontMetrics>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QStyle>
@@ -426,7 +428,7 @@ TextView::TextView(TextBox& model, FormWindow& window, QWidget* parent)
     : QLineEdit(parent), ControlView(model, window) {
   SyncColours(QPalette::Text, QPalette::Base);
   SyncGeometry();
-  SyncMaxLength();
+  setMaxLength(32767);  // the editor's largest: MaxLength is the model's to keep
   setText(ToQString(model.Text()));
   SyncVisible();
   SyncAccessibleName();
@@ -438,12 +440,6 @@ TextView::TextView(TextBox& model, FormWindow& window, QWidget* parent)
   Observe();
 }
 
-void TextView::SyncMaxLength() {
-  if (!model_) return;
-  const int length = static_cast<TextBox&>(*model_).MaxLength();
-  setMaxLength(length > 0 ? length : 32767);  // 32767 is the editor's own "no bound"
-}
-
 void TextView::Sync(Change what, int) {
   if (!model_) return;
   auto& box = static_cast<TextBox&>(*model_);
@@ -453,9 +449,6 @@ void TextView::Sync(Change what, int) {
       if (this->text() != text) setText(text);
       return;
     }
-    case Change::MaxLength:
-      SyncMaxLength();
-      return;
     case Change::Focus:
       setFocus(Qt::OtherFocusReason);
       return;
@@ -464,19 +457,40 @@ void TextView::Sync(Change what, int) {
   }
 }
 
+bool TextView::RaiseKeyDown(const QKeyEvent& event) {
+  auto* box = static_cast<TextBox*>(model_);
+  const int keyCode = KeyCodeOf(event.key());
+  const int shift = ShiftStateOf(event.modifiers());
+  if (box->KeyDown)
+    Door().Dispatch([box, keyCode, shift] {
+      if (box->KeyDown) box->KeyDown(keyCode, shift);
+    });
+  return model_ != nullptr;  // the handler may have unloaded the form
+}
+
+bool TextView::Full() const {
+  const int limit = static_cast<const TextBox&>(*model_).MaxLength();
+  if (limit <= 0) return false;
+  return text().toUcs4().size() - selectedText().toUcs4().size() >= limit;
+}
+
+bool TextView::event(QEvent* event) {
+  // Tab moves the focus before keyPressEvent would see it; the box has met
+  // the key all the same.
+  if (event->type() == QEvent::KeyPress && model_) {
+    const auto* key = static_cast<QKeyEvent*>(event);
+    if ((key->key() == Qt::Key_Tab || key->key() == Qt::Key_Backtab) && !RaiseKeyDown(*key)) return true;
+  }
+  return QLineEdit::event(event);
+}
+
 void TextView::keyPressEvent(QKeyEvent* event) {
   auto* box = static_cast<TextBox*>(model_);
   if (!box) {
     QLineEdit::keyPressEvent(event);
     return;
   }
-  const int keyCode = KeyCodeOf(event->key());
-  const int shift = ShiftStateOf(event->modifiers());
-  if (keyCode != 0 && box->KeyDown)
-    Door().Dispatch([box, keyCode, shift] {
-      if (box->KeyDown) box->KeyDown(keyCode, shift);
-    });
-  if (!model_) return;  // the handler unloaded the form
+  if (!RaiseKeyDown(*event)) return;
 
   const int typed = KeyAsciiOf(*event);
   int keyAscii = typed;
@@ -486,6 +500,20 @@ void TextView::keyPressEvent(QKeyEvent* event) {
     });
   if (!model_) return;
   if (typed != 0 && keyAscii == 0) {  // the handler swallowed the key
+    event->accept();
+    return;
+  }
+  // A character past MaxLength is refused; its key events have been raised.
+  if (keyAscii >= 0x20 && keyAscii != 0x7F && Full()) {
+    event->accept();
+    return;
+  }
+  if (event->matches(QKeySequence::Paste) && box->MaxLength() > 0) {
+    const qsizetype room =
+        box->MaxLength() - (text().toUcs4().size() - selectedText().toUcs4().size());
+    const QList<uint> pasted = QGuiApplication::clipboard()->text().toUcs4();
+    if (room > 0)
+      insert(QString::fromUcs4(reinterpret_cast<const char32_t*>(pasted.data()), std::min(room, pasted.size())));
     event->accept();
     return;
   }
@@ -508,9 +536,10 @@ void TextView::keyPressEvent(QKeyEvent* event) {
 // ---------------------------------------------------------------------------
 // TimerView
 
-TimerView::TimerView(Timer& model, FormWindow& window) : QObject(&window), ControlView(model, window) {
+TimerView::TimerView(Timer& model, FormWindow& window)
+    : QObject(&window), ControlView(model, window), scripted_(window.ScriptedTimers()) {
   timer_.setInterval(model.Interval());
-  connect(&timer_, &QTimer::timeout, this, &TimerView::OnTimeout);
+  connect(&timer_, &QTimer::timeout, this, &TimerView::Fire);
   SyncEnabled();
   Observe();
 }
@@ -518,10 +547,12 @@ TimerView::TimerView(Timer& model, FormWindow& window) : QObject(&window), Contr
 void TimerView::SyncEnabled() {
   if (!model_) {
     timer_.stop();
+    armed_ = false;
     return;
   }
   auto& timer = static_cast<Timer&>(*model_);
-  if (timer.Enabled() && timer.Interval() > 0) {
+  armed_ = timer.Enabled() && timer.Interval() > 0;
+  if (armed_ && !scripted_) {
     if (!timer_.isActive()) timer_.start();
   } else {
     timer_.stop();
@@ -532,13 +563,13 @@ void TimerView::Sync(Change what, int) {
   if (what == Change::Enabled) SyncEnabled();
 }
 
-void TimerView::OnTimeout() {
+void TimerView::Fire() {
   auto* timer = static_cast<Timer*>(model_);
   if (!timer) {
     timer_.stop();
     return;
   }
-  if (ticking_ || !timer->Tick) return;
+  if (ticking_ || !timer->Tick || Door().InMessageBox()) return;
   ticking_ = true;
   struct Done {
     bool& flag;

@@ -161,9 +161,12 @@ class ListRefills final : public WriteGroup {
   std::vector<ListView*> pending_;
 };
 
-// Each key raises KeyDown, then (for a key that types) KeyPress, each through
-// the door, before the editor acts on it; the editor's change of the text
-// then raises Change through the model.
+// Every key that reaches the box raises KeyDown, then (for a key that
+// types) KeyPress, each through the door, before the editor acts on it; the
+// editor's change of the text then raises Change through the model.
+// MaxLength bounds what the player types, never what the program puts in:
+// the editor itself has no bound, so a longer text set by the program shows
+// whole and is never cut behind the model's back.
 class TextView final : public QLineEdit, public ControlView {
   Q_OBJECT
  public:
@@ -171,30 +174,43 @@ class TextView final : public QLineEdit, public ControlView {
   QWidget* Widget() override { return this; }
 
  protected:
+  bool event(QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
 
  private:
   void Sync(Change what, int index) override;
-  void SyncMaxLength();
+  // KeyDown of the key, through the door; false when the form went with it.
+  bool RaiseKeyDown(const QKeyEvent& event);
+  // Whether typing one more character (in place of the selection) would
+  // pass MaxLength.
+  bool Full() const;
 };
 
 // A timer whose tick goes through the door. While its handler waits (in a
 // message box, say) further ticks of the same timer are dropped, so the
-// handler never runs inside itself.
+// handler never runs inside itself; and no tick runs while any message box
+// stands, so a tick never enters a handler that waits for the player. In a
+// window with scripted timers it ticks only when told.
 class TimerView final : public QObject, public ControlView {
   Q_OBJECT
  public:
   TimerView(Timer& model, FormWindow& window);
   QWidget* Widget() override { return nullptr; }
-  bool Running() const { return timer_.isActive(); }
+  bool Running() const { return scripted_ ? armed_ : timer_.isActive(); }
+  // One tick, as the timer's own would come.
+  void Fire();
 
  private:
   void Sync(Change what, int index) override;
-  void Detached() override { timer_.stop(); }
+  void Detached() override {
+    timer_.stop();
+    armed_ = false;
+  }
   void SyncEnabled();
-  void OnTimeout();
 
   QTimer timer_;
+  bool scripted_;
+  bool armed_ = false;
   bool ticking_ = false;
 };
 

@@ -44,12 +44,12 @@ QFont PageFont(bool bold) {
 
 QRectF RectOf(const Control& c) { return QRectF(c.Left(), c.Top(), c.Width(), c.Height()); }
 
-void Frame(QPainter& painter, const QRectF& box, const QColor& fill) {
+void Frame(QPainter& painter, const QRectF& box, const QColor& fill, double width = kFrameTwips) {
   QPen pen(kFrameColour);
-  pen.setWidthF(kFrameTwips);
+  pen.setWidthF(width);
   painter.setPen(pen);
   painter.setBrush(fill);
-  const double half = kFrameTwips / 2;
+  const double half = width / 2;
   painter.drawRect(box.adjusted(half, half, -half, -half));
 }
 
@@ -121,6 +121,10 @@ void PaintPicture(QPainter& painter, const PictureBox& box) {
   const PictureHandle& picture = box.Picture();
   if (!picture) return;
   painter.setClipRect(RectOf(box));
+  if (box.BorderStyle == 1) {
+    Frame(painter, RectOf(box), Qt::white, PictureBox::kBorderTwips);
+    painter.translate(PictureBox::kBorderTwips, PictureBox::kBorderTwips);
+  }
   painter.translate(box.Left(), box.Top());
   // The printed picture is the one last assigned: what was drawn on the
   // surface (the circles) isn't part of it.

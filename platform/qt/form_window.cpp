@@ -45,8 +45,12 @@ QString DescriptiveName(const Form& form, const Control& control) {
 }  // namespace
 
 FormWindow::FormWindow(Form& form, EventDoor& door, QWidget* parent, Qt::WindowFlags flags,
-                       double dpi)
-    : QWidget(parent, flags), form_(&form), door_(door), dpi_(dpi > 0 ? dpi : PrimaryScreenDpi()) {
+                       double dpi, bool scriptedTimers)
+    : QWidget(parent, flags),
+      form_(&form),
+      door_(door),
+      dpi_(dpi > 0 ? dpi : PrimaryScreenDpi()),
+      scriptedTimers_(scriptedTimers) {
   setWindowTitle(QString::fromStdString(form.Caption()));
   resize(TwipsToWholePixels(form.ClientWidth(), dpi_), TwipsToWholePixels(form.ClientHeight(), dpi_));
 

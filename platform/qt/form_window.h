@@ -18,13 +18,16 @@ class FormWindow final : public QWidget {
   Q_OBJECT
  public:
   // dpi: the logical DPI that converts twips; 0 takes the primary screen's.
+  // scriptedTimers: the timers tick only when told (TimerView::Fire), for
+  // scripted runs whose clock moves only when the script says.
   FormWindow(Form& form, EventDoor& door, QWidget* parent = nullptr,
-             Qt::WindowFlags flags = Qt::WindowFlags(), double dpi = 0);
+             Qt::WindowFlags flags = Qt::WindowFlags(), double dpi = 0, bool scriptedTimers = false);
   ~FormWindow() override;
 
   Form* form() const { return form_; }
   EventDoor& Door() const { return door_; }
   double Dpi() const { return dpi_; }
+  bool ScriptedTimers() const { return scriptedTimers_; }
 
   // The widget showing control, or nullptr (a timer, the grid, or after
   // Detach).
@@ -57,6 +60,7 @@ class FormWindow final : public QWidget {
   Form* form_;
   EventDoor& door_;
   double dpi_;
+  bool scriptedTimers_;
   bool escapeCloses_ = false;
   std::vector<ControlView*> views_;  // owned by Qt: children of the window
 };

@@ -4,6 +4,8 @@
 #include <QDateTime>
 #include <QDir>
 #include <QEventLoop>
+#include <QKeyEvent>
+#include <QTimer>
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QPrinter>
@@ -35,9 +37,42 @@ auto Waiting(EventDoor& door, F&& f) {
   return f();
 }
 
+// A message box as the program shows it. A question has no answer of its
+// own for Escape or the title bar's close box: only Yes or No ends it, and
+// the close box isn't offered. A box with OK alone takes Escape as OK.
+class ProgramMessageBox final : public QMessageBox {
+ public:
+  ProgramMessageBox(QWidget* parent, bool question) : QMessageBox(parent), question_(question) {
+    if (question_)
+      setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint);
+  }
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override {
+    if (question_ && event->matches(QKeySequence::Cancel)) {
+      event->accept();
+      return;
+    }
+    QMessageBox::keyPressEvent(event);
+  }
+  void closeEvent(QCloseEvent* event) override {
+    if (question_ && !clickedButton()) {
+      event->ignore();
+      return;
+    }
+    QMessageBox::closeEvent(event);
+  }
+
+ private:
+  bool question_;
+};
+
 }  // namespace
 
-QtRuntime::QtRuntime(EventDoor& door) : door_(door) { door_.Attach(ListRefills::Instance()); }
+QtRuntime::QtRuntime(EventDoor& door, Clocks& clocks, RandomSource& random)
+    : door_(door), gameClock_(clocks), random_(random) {
+  door_.Attach(ListRefills::Instance());
+}
 
 QtRuntime::~QtRuntime() {
   if (mousePointer_ == vbHourglass) QApplication::restoreOverrideCursor();
@@ -56,19 +91,20 @@ QWidget* QtRuntime::DialogParent() const {
 }
 
 int QtRuntime::MsgBox(const std::string& prompt, int value) {
-  QMessageBox box(DialogParent());
+  const bool question = value == vbYesNoQuestion;
+  ProgramMessageBox box(DialogParent(), question);
   // The box has no title of its own: it shows the program's name.
   box.setWindowTitle(QStringLiteral("Pelmora"));
   box.setTextFormat(Qt::PlainText);
   box.setText(QString::fromStdString(prompt));
   box.setWindowModality(Qt::ApplicationModal);
-  const bool question = value == vbYesNoQuestion;
   if (question) {
     box.setIcon(QMessageBox::Question);
     box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
     box.setDefaultButton(QMessageBox::Yes);
   } else {
     box.setIcon(value == vbCritical      ? QMessageBox::Critical
+                : value == vbExclamation ? QMessageBox::Warning
                 : value == vbInformation ? QMessageBox::Information
                                          : QMessageBox::NoIcon);
     box.setStandardButtons(QMessageBox::Ok);
@@ -77,15 +113,24 @@ int QtRuntime::MsgBox(const std::string& prompt, int value) {
   // deal) is answered with the ordinary pointer.
   const bool busy = mousePointer_ == vbHourglass;
   if (busy) QApplication::setOverrideCursor(Qt::ArrowCursor);
-  Waiting(door_, [&box] { return box.exec(); });
+  if (answerBox) QTimer::singleShot(0, &box, [this, &box, value] { answerBox(box, value); });
+  Waiting(door_, [this, &box] {
+    door_.MessageBoxOpens();
+    const int result = box.exec();
+    door_.MessageBoxCloses();
+    return result;
+  });
   if (busy) QApplication::restoreOverrideCursor();
-  const QMessageBox::StandardButton answer = box.standardButton(box.clickedButton());
-  if (answer == QMessageBox::Yes) return vbYes;
-  if (answer == QMessageBox::No) return vbNo;
-  return question ? vbNo : vbOK;
+  const QMessageBox::StandardButton button = box.standardButton(box.clickedButton());
+  const int answer = button == QMessageBox::Yes ? vbYes : button == QMessageBox::No ? vbNo : vbOK;
+  if (watcher) watcher->MessageBoxAnswered(value, box.text().toStdString(), answer);
+  return answer;
 }
 
-void QtRuntime::Beep() { QApplication::beep(); }
+void QtRuntime::Beep() {
+  QApplication::beep();
+  if (watcher) watcher->Beeped();
+}
 
 void QtRuntime::SetMousePointer(int pointer) {
   const bool wasBusy = mousePointer_ == vbHourglass;
@@ -93,13 +138,6 @@ void QtRuntime::SetMousePointer(int pointer) {
   mousePointer_ = pointer;
   if (busy && !wasBusy) QApplication::setOverrideCursor(Qt::WaitCursor);
   else if (!busy && wasBusy) QApplication::restoreOverrideCursor();
-}
-
-double QtRuntime::Now() {
-  const QDateTime now = QDateTime::currentDateTime();
-  const QDate d = now.date();
-  const QTime t = now.time();
-  return DateValue(d.year(), d.month(), d.day(), t.hour(), t.minute(), t.second() + t.msec() / 1000.0);
 }
 
 QtRuntime::Modal* QtRuntime::Find(const Form& form) {
@@ -117,6 +155,7 @@ FormWindow* QtRuntime::ModalWindow(const Form& form) const {
 void QtRuntime::ShowModal(Form& form) {
   if (Find(form)) return;  // already up
   if (!form.Loaded) {
+    if (watcher) watcher->FormLoaded(form);
     form.Loaded = true;
     if (form.LoadEvent) form.LoadEvent();
     if (!form.Loaded) return;  // Load unloaded it
@@ -124,7 +163,8 @@ void QtRuntime::ShowModal(Form& form) {
 
   auto* window = new FormWindow(form, door_, DialogParent(),
                                 Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
-                                    Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint);
+                                    Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint,
+                                0, scriptedTimers);
   window->setAttribute(Qt::WA_DeleteOnClose, false);
   window->setWindowModality(Qt::ApplicationModal);
   window->setFixedSize(window->size());
@@ -148,13 +188,16 @@ void QtRuntime::ShowModal(Form& form) {
   Waiting(door_, [&] {
     window->ShowAsFormWants();
     if (form.ActivateEvent) door_.Dispatch(form.ActivateEvent);
-    if (form.Loaded) loop.exec(QEventLoop::DialogExec);
+    if (!form.Loaded) return 0;
+    if (runModalLoop) runModalLoop([&form] { return !form.Loaded; });
+    else loop.exec(QEventLoop::DialogExec);
     return 0;
   });
   std::erase_if(modals_, [&form](const Modal& modal) { return modal.form == &form; });
 }
 
 void QtRuntime::Unload(Form& form) {
+  if (form.Loaded && watcher) watcher->FormUnloaded(form);
   form.Loaded = false;
   Modal* modal = Find(form);
   if (!modal) return;
@@ -172,6 +215,12 @@ void QtRuntime::Unload(Form& form) {
 }
 
 bool QtRuntime::PrintForm(Form& form) {
+  if (printTarget) {
+    const std::string path = printTarget();
+    if (path.empty() || !RenderFormToFile(form, QString::fromStdString(path))) return false;
+    if (watcher) watcher->SheetPrinted(path);
+    return true;
+  }
   const QPrinterInfo printerInfo = QPrinterInfo::defaultPrinter();
   if (!printerInfo.isNull()) {
     QPrinter printer(printerInfo, QPrinter::HighResolution);
@@ -194,7 +243,7 @@ bool QtRuntime::PrintForm(Form& form) {
 std::unique_ptr<FormWindow> QtRuntime::ShowMainForm(Form& form) {
   form.Loaded = true;
   if (form.LoadEvent) door_.Dispatch(form.LoadEvent);
-  auto window = std::make_unique<FormWindow>(form, door_);
+  auto window = std::make_unique<FormWindow>(form, door_, nullptr, Qt::WindowFlags(), 0, scriptedTimers);
   window->ShowAsFormWants();
   if (form.ActivateEvent) door_.Dispatch(form.ActivateEvent);
   return window;

@@ -3,16 +3,25 @@
 // clock, modal forms with a nested event loop, and the printed form. Every
 // wait for the player is wrapped in the door's BeforeWait and AfterWait, so
 // nothing written stays only in memory while the program waits.
+//
+// A scripted run (pelmora-script's Qt front) sets the hooks below: it answers
+// each real message box by clicking its button, runs its own script lines
+// while a modal form waits, prints to a file of its choosing and ticks the
+// timers itself.
 
 #include <QPointer>
+#include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
+#include "platform/clock.h"
 #include "platform/event_door.h"
 #include "platform/random.h"
 #include "platform/runtime.h"
 
 class QEventLoop;
+class QMessageBox;
 class QWidget;
 
 namespace pelmora {
@@ -22,14 +31,15 @@ class FormWindow;
 
 class QtRuntime final : public Runtime {
  public:
-  explicit QtRuntime(EventDoor& door);
+  QtRuntime(EventDoor& door, Clocks& clocks, RandomSource& random);
   ~QtRuntime() override;
 
   int MsgBox(const std::string& prompt, int value) override;
   void Beep() override;
   int MousePointer() const override { return mousePointer_; }
   void SetMousePointer(int pointer) override;
-  double Now() override;
+  double Now() override { return gameClock_.Now(); }
+  void SetGameInPlay(bool inPlay) override { gameClock_.SetInPlay(inPlay); }
   RandomSource& Random() override { return random_; }
   void ShowModal(Form& form) override;
   void Unload(Form& form) override;
@@ -43,6 +53,18 @@ class QtRuntime final : public Runtime {
   // The window of a form shown modally, while it is up.
   FormWindow* ModalWindow(const Form& form) const;
 
+  // --- For scripted runs -------------------------------------------------
+  RuntimeWatcher* watcher = nullptr;
+  // Called once a message box stands (inside its event loop); it answers
+  // the box by clicking one of its buttons.
+  std::function<void(QMessageBox& box, int value)> answerBox;
+  // Runs events until done() holds, in place of a modal form's event loop.
+  std::function<void(const std::function<bool()>& done)> runModalLoop;
+  // A file (.pdf or .png) that printed sheets go to instead of a printer.
+  std::function<std::string()> printTarget;
+  // The timers of windows made from now on tick only when told (TimerView::Fire).
+  bool scriptedTimers = false;
+
  private:
   struct Modal {
     const Form* form = nullptr;
@@ -53,7 +75,8 @@ class QtRuntime final : public Runtime {
   QWidget* DialogParent() const;
 
   EventDoor& door_;
-  ClockSeededRandom random_;
+  GameClock gameClock_;
+  RandomSource& random_;
   int mousePointer_ = 0;
   std::vector<Modal> modals_;  // the innermost last
 };

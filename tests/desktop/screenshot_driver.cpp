@@ -182,6 +182,7 @@ int Shoot(const QString& outDir, const QString& tag) {
   FirstPaint firstPaint;
   qApp->installEventFilter(&firstPaint);
   pelmora::Program program(profile.toStdString());
+  program.Start();
   pelmora::Form1& form = program.MainForm();
   pelmora::FormWindow& window = program.MainWindow();
   if (!QTest::qWaitForWindowExposed(&window)) Fail(QStringLiteral("the main window never showed"));

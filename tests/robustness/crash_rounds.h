@@ -9,7 +9,7 @@
 #include "platform/text.h"
 #include "profile/profile_store.h"
 
-namespace pelmora::robustness {
+namespace pelmora {
 
 inline void WriteRound(ProfileStore& store, long j) {
   store.WriteProfileValue("Crash", "Round", std::to_string(j));
@@ -25,4 +25,4 @@ inline void WriteRound(ProfileStore& store, long j) {
   store.WriteProfileValue("Settings", "Time", std::to_string(j) + ".5");
 }
 
-}  // namespace pelmora::robustness
+}  // namespace pelmora

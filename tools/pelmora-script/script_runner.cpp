@@ -1,6 +1,7 @@
 #include "tools/pelmora-script/script_runner.h"
 
 #include <charconv>
+#include <deque>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -15,6 +16,7 @@
 #include "platform/text.h"
 #include "play/form1.h"
 #include "profile/profile_store.h"
+#include "tools/pelmora-script/headless_front.h"
 
 namespace pelmora {
 
@@ -23,9 +25,6 @@ namespace {
 constexpr std::int64_t kTickMs = 100;
 
 [[noreturn]] void Fail(const std::string& why) { throw RunAborted{2, why}; }
-
-// The script ran out while a modal window was still waiting.
-struct EndOfScript {};
 
 void AppendUtf8(char32_t c, std::string& out) {
   if (c < 0x80) {
@@ -154,34 +153,36 @@ std::string JsonArray(const std::vector<std::string>& items) {
   return out + "]";
 }
 
-int KeyCodeOfName(const std::string& name) {
-  static const std::pair<const char*, int> kKeys[] = {
-      {"Left", 37}, {"Right", 39}, {"Up", 38},    {"Down", 40},
-      {"Home", 36}, {"End", 35},   {"Shift", 16}, {"Tab", 9},
-  };
-  for (const auto& [n, code] : kKeys) {
-    if (name == n) return code;
+const char* AnswerName(int answer) {
+  switch (answer) {
+    case vbYes: return "yes";
+    case vbNo: return "no";
+    default: return "ok";
   }
-  return 0;
 }
 
-constexpr int kKeyDelete = 46;
-constexpr int kKeyHome = 36;
-constexpr int kKeyEnd = 35;
-constexpr int kKeyShift = 16;
+bool IsButtonOf(int value, int answer) {
+  if (value == vbYesNoQuestion) return answer == vbYes || answer == vbNo;
+  return answer == vbOK;
+}
+
+bool IsKeyName(const std::string& name) {
+  for (const KeyName& k : kKeyNames)
+    if (name == k.name) return true;
+  return false;
+}
 
 }  // namespace
 
-class ScriptRunner::Impl {
+class ScriptRunner::Impl final : public RuntimeWatcher {
  public:
-  Impl(std::string iniPath, std::ostream& out, std::ostream& err)
-      : iniPath_(std::move(iniPath)),
-        out_(out),
-        err_(err),
-        store_(iniPath_, fs_),
-        runtime_(door_, out_) {
-    door_.Attach(store_);
-    runtime_.runModalLoop = [this](const std::function<bool()>& done) {
+  Impl(std::string iniPath, std::ostream& out, std::ostream& err, const FrontMaker& makeFront)
+      : iniPath_(std::move(iniPath)), out_(out), err_(err) {
+    hooks_.clocks = &clocks_;
+    hooks_.random = &random_;
+    hooks_.watcher = this;
+    hooks_.answer = [this](const std::string& prompt, int value) { return NextAnswer(prompt, value); };
+    hooks_.runModal = [this](const std::function<bool()>& done) {
       ++nested_;
       struct Leave {
         int& depth;
@@ -189,8 +190,15 @@ class ScriptRunner::Impl {
       } leave{nested_};
       RunUntil(done);
     };
-    runtime_.printSheet = [this](Form& form) { return PrintSheet(form); };
-    runtime_.fetchAnswers = [this] { return FetchAnswerLine(); };
+    hooks_.printTarget = [this] { return PrintPath(); };
+    hooks_.render = [this](Form& form, const std::string& path) {
+      return renderer && renderer(rendererContext, form, path);
+    };
+    hooks_.circle = [this](const CircleMark& m) {
+      out_ << "circle " << ShowDouble(m.x) << ' ' << ShowDouble(m.y) << ' ' << QBColorIndex(m.colour) << '\n';
+    };
+    hooks_.endRun = [this](const RunAborted* error) { return error ? Report(*error) : Finished(); };
+    front_ = makeFront ? makeFront(iniPath_, hooks_, fs_) : MakeHeadlessFront(iniPath_, hooks_, fs_);
   }
 
   int Run(std::istream& script) {
@@ -201,24 +209,40 @@ class ScriptRunner::Impl {
     try {
       RunUntil([] { return false; });
     } catch (const RunAborted& a) {
-      err_ << "pelmora-script: line " << lineNo_ << ": " << a.reason << '\n';
-      out_.flush();
-      return a.exitStatus;
+      return Report(a);
     } catch (const EndOfScript&) {
     }
-    out_.flush();
-    if (runtime_.UnusedAnswers() > 0) {
-      err_ << "pelmora-script: line " << lines_.size() << ": " << runtime_.UnusedAnswers()
-           << " queued answer(s) left unused\n";
-      return 3;
-    }
-    return 0;
+    return Finished();
   }
 
   ScriptRunner::SheetRenderer renderer = nullptr;
   void* rendererContext = nullptr;
 
+  // --- The transcript -------------------------------------------------------
+
+  void MessageBoxAnswered(int value, const std::string& prompt, int answer) override {
+    out_ << "msgbox " << value << ' ' << JsonString(prompt) << " -> " << AnswerName(answer) << '\n';
+  }
+  void Beeped() override { out_ << "beep\n"; }
+  void FormLoaded(const Form& form) override { out_ << "load " << form.Name() << '\n'; }
+  void FormUnloaded(const Form& form) override { out_ << "unload " << form.Name() << '\n'; }
+  void SheetPrinted(const std::string& path) override { out_ << "printed " << path << '\n'; }
+
  private:
+  int Report(const RunAborted& a) {
+    out_.flush();
+    err_ << "pelmora-script: line " << lineNo_ << ": " << a.reason << '\n';
+    return a.exitStatus;
+  }
+
+  int Finished() {
+    out_.flush();
+    if (answers_.empty()) return 0;
+    err_ << "pelmora-script: line " << lines_.size() << ": " << answers_.size()
+         << " queued answer(s) left unused\n";
+    return 3;
+  }
+
   // Runs script lines until done() holds or the script ends. A modal window
   // runs this again from inside the handler that opened it.
   void RunUntil(const std::function<bool()>& done) {
@@ -235,9 +259,22 @@ class ScriptRunner::Impl {
     }
   }
 
-  // A message box stands with no answer queued: the answer may come on the
+  // The answer to the box standing now: the first one queued, or one on the
   // script's next line (comments and blank lines aside), as a player answers
-  // the box that just opened. Any other line leaves the box unanswered.
+  // the box that just opened.
+  int NextAnswer(const std::string& prompt, int value) {
+    while (answers_.empty() && FetchAnswerLine()) {
+    }
+    if (answers_.empty()) Fail("a message box with no answer queued: " + JsonString(prompt));
+    const int answer = answers_.front();
+    if (!IsButtonOf(value, answer)) {
+      Fail(std::string("the answer ") + AnswerName(answer) + " is not a button of the message box " +
+           JsonString(prompt));
+    }
+    answers_.pop_front();
+    return answer;
+  }
+
   bool FetchAnswerLine() {
     while (next_ < lines_.size()) {
       const std::string& line = lines_[next_];
@@ -269,7 +306,7 @@ class ScriptRunner::Impl {
       need(1);
       const auto v = ParseWhole(args[1]);
       if (!v) Fail("seed needs a whole number");
-      runtime_.Seed(static_cast<std::uint64_t>(*v));
+      random_.Reseed(static_cast<std::uint64_t>(*v));
     } else if (cmd == "clock") {
       need(2);
       SetClock(args[1], args[2]);
@@ -281,38 +318,29 @@ class ScriptRunner::Impl {
     } else if (cmd == "answer") {
       if (args.size() < 2) Fail("answer needs at least one answer");
       for (std::size_t i = 1; i < args.size(); ++i) {
-        if (args[i] == "yes") runtime_.QueueAnswer(vbYes);
-        else if (args[i] == "no") runtime_.QueueAnswer(vbNo);
-        else if (args[i] == "ok") runtime_.QueueAnswer(vbOK);
+        if (args[i] == "yes") answers_.push_back(vbYes);
+        else if (args[i] == "no") answers_.push_back(vbNo);
+        else if (args[i] == "ok") answers_.push_back(vbOK);
         else Fail("an answer is yes, no or ok, not " + args[i]);
       }
     } else if (cmd == "start") {
       need(0);
-      if (form1_) Fail("start comes once");
-      form1_ = std::make_unique<Form1>(runtime_, store_);
-      form1_->Picture1.onChanged = [this](Change what, int index) {
-        if (what == Change::Circle) TranscribeCircle(index);
-      };
-      door_.Dispatch([this] {
-        form1_->Loaded = true;
-        if (form1_->LoadEvent) form1_->LoadEvent();
-      });
+      if (front_->MainForm()) Fail("start comes once");
+      front_->Start();
     } else if (cmd == "click") {
       need(1);
       Control& c = ResolveControl(args[1]);
-      if (!Reachable(c)) return;
-      if (auto* b = dynamic_cast<CommandButton*>(&c)) door_.Dispatch([b] { b->UserClick(); });
-      else if (auto* k = dynamic_cast<CheckBox*>(&c)) door_.Dispatch([k] { k->UserClick(); });
-      else Fail(args[1] + " is not a button or a check box");
+      if (!dynamic_cast<CommandButton*>(&c) && !dynamic_cast<CheckBox*>(&c)) {
+        Fail(args[1] + " is not a button or a check box");
+      }
+      if (front_->Reachable(c)) front_->Click(c);
     } else if (cmd == "select") {
       need(2);
       auto* list = dynamic_cast<ListBox*>(&ResolveControl(args[1]));
       if (!list) Fail(args[1] + " is not a list box");
       const auto n = ParseWhole(args[2]);
       if (!n || *n < 0 || *n >= list->ListCount()) Fail("no line " + args[2] + " in " + args[1]);
-      if (!Reachable(*list)) return;
-      const int row = static_cast<int>(*n);
-      door_.Dispatch([list, row] { list->UserSelect(row); });
+      if (front_->Reachable(*list)) front_->Select(*list, static_cast<int>(*n));
     } else if (cmd == "mousedown") {
       if (args.size() != 3 && args.size() != 4) Fail("mousedown takes X Y [BUTTON]");
       const auto x = ParseNumber(args[1]);
@@ -337,27 +365,27 @@ class ScriptRunner::Impl {
     } else if (cmd == "type") {
       need(2);
       TextBox& box = ResolveTextBox(args[1]);
-      if (!Reachable(box)) return;
-      for (const std::string& ch : Chars(args[2])) door_.Dispatch([&box, &ch] { box.UserType(ch); });
+      if (!front_->Reachable(box)) return;
+      for (const std::string& ch : Chars(args[2])) front_->Type(box, ch);
     } else if (cmd == "key") {
       need(2);
       TextBox& box = ResolveTextBox(args[1]);
-      const int code = KeyCodeOfName(args[2]);
-      if (code == 0) Fail("no key called " + args[2]);
-      if (!Reachable(box)) return;
-      door_.Dispatch([&box, code] { box.UserKeyDown(code); });
+      if (!IsKeyName(args[2])) Fail("no key called " + args[2]);
+      if (front_->Reachable(box)) front_->Key(box, args[2]);
     } else if (cmd == "erase") {
       need(1);
       TextBox& box = ResolveTextBox(args[1]);
-      if (!Reachable(box)) return;
-      // Home, Shift+End selects all; Delete removes it.
-      for (int code : {kKeyHome, kKeyShift, kKeyEnd, kKeyDelete}) {
-        door_.Dispatch([&box, code] { box.UserKeyDown(code); });
-      }
-      door_.Dispatch([&box] { box.UserEdited(""); });
+      if (front_->Reachable(box)) front_->Erase(box);
     } else if (cmd == "close") {
       need(1);
-      Close(args[1]);
+      Form& form = ResolveForm(args[1]);
+      if (&form != front_->MainForm()) {
+        front_->Close(form);
+      } else if (!front_->MainForm()->Designer.Loaded) {
+        // Closing the main window ends the run, unless the designer stands
+        // above it; nothing is saved.
+        ended_ = true;
+      }
     } else if (cmd == "wait") {
       need(1);
       Wait(args[1]);
@@ -367,11 +395,11 @@ class ScriptRunner::Impl {
     } else if (cmd == "profile-read") {
       need(3);
       ProfileValue v;
-      door_.Dispatch([&] { v = store_.ReadProfileValue(args[1], args[2], args[3]); });
+      front_->Door().Dispatch([&] { v = front_->Store().ReadProfileValue(args[1], args[2], args[3]); });
       out_ << "profile-read = " << JsonString(v.text) << ' ' << v.length << '\n';
     } else if (cmd == "profile-write") {
       need(3);
-      door_.Dispatch([&] { store_.WriteProfileValue(args[1], args[2], args[3]); });
+      front_->Door().Dispatch([&] { front_->Store().WriteProfileValue(args[1], args[2], args[3]); });
     } else if (cmd == "format") {
       need(1);
       const auto v = ParseNumber(args[1]);
@@ -404,36 +432,26 @@ class ScriptRunner::Impl {
       Fail("clock takes YYYY-MM-DD hh:mm:ss");
     }
     const double days = std::floor(DateValue(y, mo, d, 0, 0, 0) + 0.5);
-    runtime_.SetClock(static_cast<std::int64_t>(days) * 86400000LL +
-                      (static_cast<std::int64_t>(h) * 3600 + mi * 60 + s) * 1000);
+    clocks_.SetWall(static_cast<std::int64_t>(days) * 86400000LL +
+                    (static_cast<std::int64_t>(h) * 3600 + mi * 60 + s) * 1000);
   }
 
   // --- Controls -------------------------------------------------------------
 
   Form1& RequireForm1() {
-    if (!form1_) Fail("start must come before any event");
-    return *form1_;
-  }
-
-  // Input can't reach a hidden control, nor the main window while a modal
-  // window stands above it.
-  bool Reachable(const Control& c) const { return c.Visible() && !ModalOpenAbove(c); }
-  bool ModalOpenAbove(const Control& c) const {
-    if (!form1_ || !form1_->Designer.Loaded) return false;
-    for (Control* own : form1_->Controls()) {
-      if (own == &c) return true;
-    }
-    return false;
+    if (!front_->MainForm()) Fail("start must come before any event");
+    return *front_->MainForm();
   }
 
   Form& ResolveForm(const std::string& name) {
+    Form1* f = front_->MainForm();
     if (EqualsIgnoringCase(name, "Form1")) {
-      if (!form1_) Fail("Form1 isn't loaded: start must come first");
-      return *form1_;
+      if (!f) Fail("Form1 isn't loaded: start must come first");
+      return *f;
     }
     if (EqualsIgnoringCase(name, "Form2")) {
-      if (!form1_ || !form1_->Designer.Loaded) Fail("Form2 isn't loaded");
-      return form1_->Designer;
+      if (!f || !f->Designer.Loaded) Fail("Form2 isn't loaded");
+      return f->Designer;
     }
     Fail("no form called " + name);
   }
@@ -459,10 +477,7 @@ class ScriptRunner::Impl {
 
   void MouseDown(double x, double y, int button) {
     Form1& f = RequireForm1();
-    if (!Reachable(f.Picture1)) return;
-    door_.Dispatch([&f, x, y, button] {
-      f.Picture1.UserMouseDown(button, 0, static_cast<float>(x), static_cast<float>(y));
-    });
+    if (front_->Reachable(f.Picture1)) front_->MouseDown(x, y, button);
   }
 
   void ClickCell(int row, int col) { MouseDown(500.0 * col + 250, 500.0 * row + 250, 1); }
@@ -483,12 +498,6 @@ class ScriptRunner::Impl {
     }
   }
 
-  void TranscribeCircle(int index) {
-    const CircleMark& m = form1_->Picture1.Circles()[static_cast<std::size_t>(index)];
-    out_ << "circle " << ShowDouble(m.x) << ' ' << ShowDouble(m.y) << ' ' << QBColorIndex(m.colour)
-         << '\n';
-  }
-
   // --- Time -----------------------------------------------------------------
 
   void Wait(const std::string& arg) {
@@ -499,27 +508,11 @@ class ScriptRunner::Impl {
     if (std::fabs(tenths - static_cast<double>(steps)) > 1e-6) Fail("wait takes a multiple of 0.1");
     Form1& f = RequireForm1();
     for (long long i = 0; i < steps && !ended_; ++i) {
-      runtime_.Advance(kTickMs);
+      clocks_.Advance(kTickMs);
       for (Timer* t : {&f.Timer1, &f.Timer2}) {
-        if (t->Enabled() && t->Tick) door_.Dispatch([t] { t->Tick(); });
+        if (front_->TimerOn(*t)) front_->Tick(*t);
       }
     }
-  }
-
-  // --- Windows --------------------------------------------------------------
-
-  void Close(const std::string& name) {
-    Form& form = ResolveForm(name);
-    if (&form == form1_.get()) {
-      // Closing the main window ends the run, unless the designer stands
-      // above it; nothing is saved.
-      if (!form1_->Designer.Loaded) ended_ = true;
-      return;
-    }
-    door_.Dispatch([&form, this] {
-      if (form.CloseRequested) form.CloseRequested();
-      else runtime_.Unload(form);
-    });
   }
 
   // --- Looking --------------------------------------------------------------
@@ -539,11 +532,12 @@ class ScriptRunner::Impl {
       return;
     }
     if (name == "Form2") {
-      out_ << "Form2 = " << (form1_ && form1_->Designer.Loaded ? "loaded" : "unloaded") << '\n';
+      Form1* f = front_->MainForm();
+      out_ << "Form2 = " << (f && f->Designer.Loaded ? "loaded" : "unloaded") << '\n';
       return;
     }
     if (name == "Screen.MousePointer") {
-      out_ << name << " = " << runtime_.MousePointer() << '\n';
+      out_ << name << " = " << front_->MousePointer() << '\n';
       return;
     }
     if (ShowField(name)) return;
@@ -556,26 +550,26 @@ class ScriptRunner::Impl {
       const std::string prop = name.substr(secondDot + 1);
       auto* list = dynamic_cast<ListBox*>(&c);
       if (prop == "Visible") {
-        out_ << name << " = " << (c.Visible() ? "true" : "false") << '\n';
+        out_ << name << " = " << (front_->Visible(c) ? "true" : "false") << '\n';
       } else if (prop == "ListIndex" && list) {
-        out_ << name << " = " << list->ListIndex() << '\n';
+        out_ << name << " = " << front_->ListIndex(*list) << '\n';
       } else if (prop == "ListCount" && list) {
-        out_ << name << " = " << list->ListCount() << '\n';
+        out_ << name << " = " << front_->Items(*list).size() << '\n';
       } else {
         Fail("nothing to show as " + name);
       }
       return;
     }
     if (auto* list = dynamic_cast<ListBox*>(&c)) {
-      out_ << name << " = " << JsonArray(list->Items()) << '\n';
+      out_ << name << " = " << JsonArray(front_->Items(*list)) << '\n';
     } else if (auto* check = dynamic_cast<CheckBox*>(&c)) {
-      out_ << name << " = " << check->Value() << '\n';
+      out_ << name << " = " << front_->Value(*check) << '\n';
     } else if (auto* label = dynamic_cast<Label*>(&c)) {
-      out_ << name << " = " << JsonString(label->Caption()) << '\n';
+      out_ << name << " = " << JsonString(front_->Caption(*label)) << '\n';
     } else if (auto* box = dynamic_cast<TextBox*>(&c)) {
-      out_ << name << " = " << JsonString(box->Text()) << '\n';
+      out_ << name << " = " << JsonString(front_->Text(*box)) << '\n';
     } else if (auto* timer = dynamic_cast<Timer*>(&c)) {
-      out_ << name << " = " << (timer->Enabled() ? "on" : "off") << '\n';
+      out_ << name << " = " << (front_->TimerOn(*timer) ? "on" : "off") << '\n';
     } else {
       Fail("nothing to show as " + name);
     }
@@ -612,21 +606,20 @@ class ScriptRunner::Impl {
 
   // --- Printing -------------------------------------------------------------
 
-  std::string PrintSheet(Form& form) {
-    std::string shown = printerPath_;
-    if (shown.empty()) shown = (std::filesystem::path(iniPath_).parent_path() / "sheet.pdf").string();
-    if (!renderer || !renderer(rendererContext, form, shown)) return {};
-    return shown;
+  std::string PrintPath() const {
+    if (!printerPath_.empty()) return printerPath_;
+    return (std::filesystem::path(iniPath_).parent_path() / "sheet.pdf").string();
   }
 
   std::string iniPath_;
   std::ostream& out_;
   std::ostream& err_;
+  SetClocks clocks_;
+  SeededRandom random_{1};
   PosixFileSystem fs_;
-  ProfileStore store_;
-  EventDoor door_;
-  HeadlessRuntime runtime_;
-  std::unique_ptr<Form1> form1_;
+  ScriptHooks hooks_;
+  std::unique_ptr<ScriptFront> front_;
+  std::deque<int> answers_;
   std::vector<std::string> lines_;
   std::size_t next_ = 0;
   int lineNo_ = 0;
@@ -635,8 +628,8 @@ class ScriptRunner::Impl {
   std::string printerPath_;
 };
 
-ScriptRunner::ScriptRunner(std::string iniPath, std::ostream& out, std::ostream& err)
-    : impl_(std::make_unique<Impl>(std::move(iniPath), out, err)) {}
+ScriptRunner::ScriptRunner(std::string iniPath, std::ostream& out, std::ostream& err, FrontMaker makeFront)
+    : impl_(std::make_unique<Impl>(std::move(iniPath), out, err, makeFront)) {}
 
 ScriptRunner::~ScriptRunner() = default;
 
