@@ -1,6 +1,8 @@
 #include "tools/pelmora-sheets/puzzle.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <map>
 #include <utility>
 
