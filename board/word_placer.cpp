@@ -1,5 +1,7 @@
 #include "board/word_placer.h"
 
+#include <optional>
+
 #include "platform/text.h"
 
 namespace pelmora {
@@ -138,21 +140,23 @@ std::vector<Placement> LegalPlacements(const FlexGrid& grid, const Letters& lett
 
 // The last resort for a word that the random tries could not place: one of
 // its legal placements, drawn at random.
-bool PlaceExhaustively(FlexGrid& grid, RandomSource& random, const Letters& letters) {
+std::optional<Placement> PlaceExhaustively(FlexGrid& grid, RandomSource& random,
+                                           const Letters& letters) {
   const std::vector<Placement> legal = LegalPlacements(grid, letters, /*firstOnly=*/false);
-  if (legal.empty()) return false;
+  if (legal.empty()) return std::nullopt;
   random.Randomize();
   const auto pick = static_cast<std::size_t>(Floor(random.Rnd() * static_cast<double>(legal.size())));
   const Placement& p = legal[std::min(pick, legal.size() - 1)];
   WriteWord(grid, letters, p.direction, p.row, p.col);
-  return true;
+  return p;
 }
 
 // One word's turn: directions drawn and kept for 500 start cells each.
-bool PlaceWord(FlexGrid& grid, RandomSource& random, const Letters& letters) {
+// Gives where the word went, or nothing when it was left out.
+std::optional<Placement> PlaceWord(FlexGrid& grid, RandomSource& random, const Letters& letters) {
   for (int draws = 0; draws < kDirectionDrawLimit; ++draws) {
     if (draws == kHopelessCheckAfter && LegalPlacements(grid, letters, /*firstOnly=*/true).empty()) {
-      return false;
+      return std::nullopt;
     }
     random.Randomize();
     const int direction = Floor(random.Rnd() * 8);
@@ -164,7 +168,7 @@ bool PlaceWord(FlexGrid& grid, RandomSource& random, const Letters& letters) {
       const int col = grid.Col();
       if (!TryPlacement(grid, letters, direction, row, col)) continue;
       WriteWord(grid, letters, direction, row, col);
-      return true;
+      return Placement{direction, row, col};
     }
   }
   return PlaceExhaustively(grid, random, letters);
@@ -172,15 +176,24 @@ bool PlaceWord(FlexGrid& grid, RandomSource& random, const Letters& letters) {
 
 }  // namespace
 
+CellAddress LetterCell(const WordPlacement& placement, int k) {
+  const Heading& h = kHeadings[placement.direction];
+  const int n = StepsAt(h, k);
+  return {placement.row + h.rowStep * n, placement.col + h.colStep * n};
+}
+
 std::vector<int> PlaceWordList(FlexGrid& grid, RandomSource& random, const WordSlots& slots,
-                               int wordCount) {
+                               int wordCount, std::vector<WordPlacement>* placed) {
   std::vector<int> leftOut;
   for (int slot = 0; slot <= wordCount && slot < static_cast<int>(slots.size()); ++slot) {
     const Letters letters = SplitLetters(slots[static_cast<std::size_t>(slot)]);
-    const bool placed =
-        static_cast<int>(letters.size()) <= kLongestWord && PlaceWord(grid, random, letters);
+    const int length = static_cast<int>(letters.size());
+    const std::optional<Placement> where =
+        length <= kLongestWord ? PlaceWord(grid, random, letters) : std::nullopt;
     // Slot 0 is the empty word: it always fits and is no word of the game.
-    if (!placed && slot > 0) leftOut.push_back(slot);
+    if (slot == 0) continue;
+    if (!where) leftOut.push_back(slot);
+    else if (placed) placed->push_back({slot, where->direction, where->row, where->col, length});
   }
   return leftOut;
 }

@@ -37,11 +37,30 @@ enum Direction { kRight, kLeft, kDown, kUp, kDownRight, kUpLeft, kUpRight, kDown
 using Letters = std::vector<std::string_view>;
 Letters SplitLetters(std::string_view word);
 
+// Where a word was written: the direction and the drawn cell of the walk
+// that wrote it. The board itself keeps only letters; this is for whoever
+// needs the words' places afterwards (an answer key).
+struct WordPlacement {
+  int slot = 0;
+  int direction = 0;
+  int row = 0, col = 0;  // the drawn cell: the walk's origin, not a letter
+  int length = 0;        // the letters written
+};
+
+struct CellAddress {
+  int row = 0, col = 0;
+};
+
+// The cell that letter k (1 to length) of a placed word went to.
+CellAddress LetterCell(const WordPlacement& placement, int k);
+
 // Places the words of slots 0 to wordCount (slot 0 is the empty word, which
 // draws like any word and writes nothing) on the grid through its cursor.
-// Returns the slots of the words that were left out, in slot order.
+// Returns the slots of the words that were left out, in slot order. When
+// placed is given, it gets where each word of slots 1 to wordCount went, in
+// slot order; the draws and the board are the same either way.
 std::vector<int> PlaceWordList(FlexGrid& grid, RandomSource& random, const WordSlots& slots,
-                               int wordCount);
+                               int wordCount, std::vector<WordPlacement>* placed = nullptr);
 
 // One try: whether the word passes the direction's bound tests and the test
 // walk from the drawn cell (row, col). It reads the cells by address, which

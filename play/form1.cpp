@@ -149,6 +149,8 @@ void DropLeftOutWords(Form1& f, const WordSlots& slots, const std::vector<int>& 
   }
 }
 
+}  // namespace
+
 std::string LeftOutMessage(const WordSlots& slots, const std::vector<int>& leftOut) {
   std::string message = "These words could not be hidden and were left out of the game: ";
   for (std::size_t i = 0; i < leftOut.size(); ++i) {
@@ -157,8 +159,6 @@ std::string LeftOutMessage(const WordSlots& slots, const std::vector<int>& leftO
   }
   return message;
 }
-
-}  // namespace
 
 void Form1_Command1_Click(Form1& f) {
   // The shimmer stops first, before the question, and stays off on a No.

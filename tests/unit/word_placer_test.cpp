@@ -290,6 +290,33 @@ TEST(WordPlacer, WordsThatCannotBeHiddenAreLeftOut) {
   }
 }
 
+TEST(WordPlacer, WhereEachWordWentSpellsItOnTheBoardAndChangesNoDraw) {
+  // Crowded boards: some words go in by the exhaustive search, some are left out.
+  WordSlots slots{};
+  const char* mixed[] = {"ORANGE", "LEMON", "KIWI", "PAPAYA", "CHERRY", "QUINCE", "GUAVA", "OLIVE"};
+  for (int i = 1; i <= 16; ++i) {
+    slots[static_cast<std::size_t>(i)] = i <= 8 ? mixed[i - 1] : std::string(13, static_cast<char>('A' + i));
+  }
+  for (std::uint64_t seed = 1; seed <= 10; ++seed) {
+    SeededRandom plainRandom(seed), reportedRandom(seed);
+    testing::TestBoard plain, reported;
+    std::vector<WordPlacement> placed;
+    const std::vector<int> out = PlaceWordList(plain, plainRandom, slots, 16);
+    EXPECT_EQ(PlaceWordList(reported, reportedRandom, slots, 16, &placed), out);
+    EXPECT_EQ(Rows(reported), Rows(plain));
+    EXPECT_EQ(reportedRandom.Rnd(), plainRandom.Rnd()) << "the draws fell out of step";
+    EXPECT_EQ(placed.size() + out.size(), 16u);
+    for (const WordPlacement& p : placed) {
+      std::string spelled;
+      for (int k = 1; k <= p.length; ++k) {
+        const CellAddress cell = LetterCell(p, k);
+        spelled += reported.CellAt(cell.row, cell.col).text;
+      }
+      EXPECT_EQ(spelled, slots[static_cast<std::size_t>(p.slot)]) << "seed " << seed;
+    }
+  }
+}
+
 TEST(WordPlacer, AnEmptyGameLeavesTheBoardEmpty) {
   SeededRandom random(1);
   testing::TestBoard grid;
