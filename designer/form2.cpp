@@ -207,13 +207,32 @@ bool NameAccepted(Form2& f, const std::string& name, DirtyFlagAtQuestion flag) {
   return true;
 }
 
-// Where the boxes stand for no stored game, a name goes to the slot behind
-// the listed games rather than to that of a game the boxes don't show.
-void TakeNewSlotIfNoGame(Form2& f, const std::string& name) {
-  DesignerState& d = f.Design;
-  if (!name.empty() && (d.EditedSlot < 0 || d.BoxesStandForNoGame)) {
-    d.EditedSlot = static_cast<std::int16_t>(f.List1.ListCount());
+// Where a save writes, decided from the index as it stands on disk at that
+// moment: another copy of the program may have added, moved or removed games
+// since the list on screen was read. A stored game is written where it now
+// stands (the same occurrence of its name, where the list holds it twice);
+// a new game, or a name typed into boxes that stand for no stored game, goes
+// behind the listed games. No position (-1) when the game the boxes stood
+// for is gone and the name is blank: there is nothing left to blank.
+struct SaveTarget {
+  int position;  // the slot is position + 1
+  int listed;    // games the index lists now
+};
+
+SaveTarget TargetOf(Form2& f, const std::string& name) {
+  const DesignerState& d = f.Design;
+  ListBox stored("", {}, 0, /*sorted=*/false);
+  ListGames(f.store, stored, /*gamesStops=*/true);
+  const int listed = stored.ListCount();
+  const bool storedGame = d.EditedSlot >= 0 && d.EditedSlot < f.List1.ListCount() && !d.BoxesStandForNoGame;
+  if (!storedGame) return {name.empty() ? d.EditedSlot : listed, listed};
+  const std::string shown = f.List1.List(d.EditedSlot);
+  int earlier = 0;
+  for (int i = 0; i < d.EditedSlot; ++i) earlier += f.List1.List(i) == shown ? 1 : 0;
+  for (int i = 0; i < listed; ++i) {
+    if (stored.List(i) == shown && earlier-- == 0) return {i, listed};
   }
+  return {name.empty() ? -1 : listed, listed};
 }
 
 // Save, telling its callers whether it wrote.
@@ -230,13 +249,15 @@ bool SaveGame(Form2& f) {
   }
   if (f.runtime.MsgBox(kSaveChanges, vbYesNoQuestion) == vbNo) return false;
 
-  TakeNewSlotIfNoGame(f, name);
+  const SaveTarget target = TargetOf(f, name);
   d.BoxesStandForNoGame = false;
-  const int listed = f.List1.ListCount();
-  WriteGameEntry(f.store, d.EditedSlot + 1, name, f.Boxes(), NormaliseWord);
+  if (target.position != -1) {
+    d.EditedSlot = static_cast<std::int16_t>(target.position);
+    WriteGameEntry(f.store, d.EditedSlot + 1, name, f.Boxes(), NormaliseWord);
+  }
   // A blanked slot is always closed, so positions in the list and slots in
   // the file keep agreeing.
-  const int count = name.empty() ? std::max<int>(d.CompactCount, listed) : d.CompactCount;
+  const int count = name.empty() ? std::max<int>(d.CompactCount, target.listed) : d.CompactCount;
   if (count > 0) CompactIndex(f.store, count);
   // A blank name removed the game the boxes stood for, and the games behind
   // it moved up: a name typed next must not take the slot of the game that
@@ -280,7 +301,7 @@ void Form2_Text1_KeyPress(Form2& f, int&) {
 void Form2_Command1_Click(Form2& f) {
   if (f.Design.DirtyFlag == 1) SaveGame(f);
   f.Design.EditedSlot = static_cast<std::int16_t>(f.List1.ListCount());
-  f.Design.BoxesStandForNoGame = false;
+  f.Design.BoxesStandForNoGame = true;
   f.Text1.SetText("");
   if (f.runtime.MsgBox("Keep words from existing game?", vbYesNoQuestion) == vbNo) {
     EmptyBoxes(f);
@@ -304,9 +325,9 @@ void Form2_Command4_Click(Form2& f) {
     const std::string name = f.Text1.Text();
     if (!NameAccepted(f, name, DirtyFlagAtQuestion::Kept)) return;
     if (f.runtime.MsgBox(kSaveChanges, vbYesNoQuestion) == vbYes) {
-      TakeNewSlotIfNoGame(f, name);
-      WriteGameEntry(f.store, d.EditedSlot + 1, name, f.Boxes(), RemoveBlanks);
-      if (name.empty() && f.List1.ListCount() > 0) CompactIndex(f.store, f.List1.ListCount());
+      const SaveTarget target = TargetOf(f, name);
+      if (target.position != -1) WriteGameEntry(f.store, target.position + 1, name, f.Boxes(), RemoveBlanks);
+      if (name.empty() && target.listed > 0) CompactIndex(f.store, target.listed);
     }
   }
   f.runtime.Unload(f);

@@ -26,8 +26,9 @@ struct DesignerState {
   std::int16_t DirtyFlag = 0;
   // The slots a Save's compaction covers; set by Delete, kept for the run.
   std::int16_t CompactCount = 0;
-  // The boxes stand for no stored game: a name saved now takes a new slot
-  // behind the list instead of replacing a game that isn't in the boxes.
+  // The boxes stand for no stored game (a new entry, or blank boxes after a
+  // game was removed): a name saved now takes a new slot behind the listed
+  // games instead of replacing a game that isn't in the boxes.
   bool BoxesStandForNoGame = false;
 };
 
