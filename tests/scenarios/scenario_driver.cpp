@@ -5,17 +5,14 @@
 //   scenario_driver [--update] PELMORA_SCRIPT SCENARIO WORKDIR FRONT...
 //
 // A scenario file is made of sections, each opened by a line "=== NAME":
-//   profile      the profile before the run; its lines end in CR LF
-//   profile-raw  the same, with no line ends added: write them as \r, \n
-//   script       the script, as pelmora-script reads it
-//   stdout       the expected standard output
-//   profile-after      the expected profile, its lines ending in CR LF
-//   profile-after-raw  the same, byte for byte, with no line ends added
-//   exit N       the expected exit status (0 by default)
+//   profile        the profile before the run; its lines end in CR LF
+//   script         the script, as pelmora-script reads it
+//   stdout         the expected standard output
+//   profile-after  the expected profile, its lines ending in CR LF
+//   exit N         the expected exit status (0 by default)
 //   stderr       text the last line of standard error must contain
 // In stdout and profile-after a line "..." stands for any lines, none
-// included. In the profile sections \r, \n, \t, \\ and \xHH stand for their
-// bytes. The absolute path of the run's folder reads as $WORK in stdout.
+// included. In profile \r, \n, \t, \\ and \xHH stand for their bytes. The absolute path of the run's folder reads as $WORK in stdout.
 // Lines before the first section say what the scenario is about.
 //
 // --update writes the first front's stdout, profile and exit status into the
@@ -155,10 +152,7 @@ bool RunFront(const std::string& binary, const Scenario& sc, const std::string& 
   std::system(("rm -rf '" + dir + "' && mkdir -p '" + dir + "'").c_str());
   char resolved[PATH_MAX];
   const std::string absolute = realpath(dir.c_str(), resolved) ? resolved : dir;
-  if (sc.Find("profile") || sc.Find("profile-raw")) {
-    std::ofstream(dir + "/wsearch.ini", std::ios::binary)
-        << (sc.Find("profile") ? Unescape(sc.Joined("profile", "\r\n")) : Unescape(sc.Joined("profile-raw", "")));
-  }
+  if (sc.Find("profile")) std::ofstream(dir + "/wsearch.ini", std::ios::binary) << Unescape(sc.Joined("profile", "\r\n"));
   std::ofstream(dir + "/script.txt", std::ios::binary) << sc.Joined("script", "\n");
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
@@ -217,9 +211,6 @@ std::vector<std::string> Faults(const Scenario& sc, const Run& run) {
   if (sc.Find("profile-after") &&
       (!run.profileExists || !Matches(sc.Find("profile-after")->lines, 0, Split(run.profile, "\r\n"), 0)))
     faults.push_back("the profile does not match; it was:\n" + Visible(run.profile));
-  if (sc.Find("profile-after-raw") &&
-      (!run.profileExists || run.profile != Unescape(sc.Joined("profile-after-raw", ""))))
-    faults.push_back("the profile is not the one expected; it was:\n" + Visible(run.profile));
   return faults;
 }
 
