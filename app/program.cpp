@@ -22,14 +22,12 @@ void IdentifyApplication() {
   QApplication::setWindowIcon(QIcon::fromTheme(QString::fromLatin1(kDesktopId)));
 }
 
-// A temporary a day old belongs to no write under way: another copy of the
-// program writes its own in milliseconds.
-constexpr std::int64_t kStaleTemporarySeconds = 24 * 60 * 60;
-
 // The store makes the profile's folder on its first write.
 Program::Program(const std::string& profilePath)
     : store_(profilePath, fileSystem_), runtime_(door_), form_(runtime_, store_) {
-  fileSystem_.RemoveStaleTemporaries(profilePath, kStaleTemporarySeconds);
+  // With the profile's lock held no write can be under way: every
+  // temporary beside the file is a killed run's.
+  store_.RemoveLeftoverTemporaries();
   door_.Attach(store_);
   door_.onFailure = [](const std::string& what) { std::fprintf(stderr, "pelmora: %s\n", what.c_str()); };
   window_ = runtime_.ShowMainForm(form_);

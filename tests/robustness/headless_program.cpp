@@ -241,7 +241,8 @@ std::vector<std::string> OtherFiles(const std::string& folder, const std::string
   if (!dir) return out;
   while (const dirent* e = ::readdir(dir)) {
     const std::string n = e->d_name;
-    if (n != "." && n != ".." && n != name) out.push_back(n);
+    // The lock file beside the profile is part of it, not something left over.
+    if (n != "." && n != ".." && n != name && n != "." + name + ".lock") out.push_back(n);
   }
   ::closedir(dir);
   std::sort(out.begin(), out.end());
