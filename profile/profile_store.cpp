@@ -116,7 +116,8 @@ std::string ValueOf(std::string_view value) {
 
 char AsciiUpper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 
-// Orders names as their upper-case UTF-8 forms order, byte by byte; a name
+// Orders names as their upper-case UTF-8 forms order, byte by byte (below,
+// at or above zero, as std::string::compare); a name
 // from a Latin-1 file is taken as Latin-1. Upper case maps each character
 // on its own, and ASCII to ASCII, so an ASCII start compares as it stands
 // and only the rest of a name with other letters is converted.
@@ -131,8 +132,7 @@ int CompareNames(std::string_view a, bool aLatin1, std::string_view b, bool bLat
   }
   if (i == n) return a.size() < b.size() ? -1 : a.size() > b.size() ? 1 : 0;
   auto fold = [](std::string_view rest, bool latin1) { return UCase(latin1 ? Latin1ToUtf8(rest) : std::string(rest)); };
-  const int c = fold(a.substr(i), aLatin1).compare(fold(b.substr(i), bLatin1));
-  return c < 0 ? -1 : c > 0 ? 1 : 0;
+  return fold(a.substr(i), aLatin1).compare(fold(b.substr(i), bLatin1));
 }
 
 std::int64_t NowNs() {
@@ -445,7 +445,6 @@ std::string ProfileStore::Model::Value(std::string_view raw, const Parts& p, std
 bool ProfileStore::Model::Encode(const std::string& text, Edit& line) {
   if (!latin1_) {
     line.raw = text;
-    line.invalidUtf8 = false;
     return true;
   }
   if (!Utf8ToLatin1(text, line.raw)) return false;
@@ -695,17 +694,15 @@ bool ProfileStore::Revalidate() {
 ProfileValue ProfileStore::ReadProfileValue(std::string_view section, std::string_view key,
                                             std::string_view def) {
   Revalidate();
-  const std::string s = NameOf(section);
-  const std::string k = NameOf(key);
-  if (!s.empty() && !k.empty()) {
-    if (const std::optional<std::string_view> line = model_->Find(s, k)) {
-      const Parts p = Classify(*line);
-      if (p.kind == Kind::kEntry) {
-        ProfileValue v;
-        v.text = model_->Value(*line, p, kMaxChars);
-        v.length = static_cast<int>(Len(v.text));
-        return v;
-      }
+  // An empty name (or one no line can carry) finds nothing: no head or key
+  // of an empty name is indexed.
+  if (const std::optional<std::string_view> line = model_->Find(NameOf(section), NameOf(key))) {
+    const Parts p = Classify(*line);
+    if (p.kind == Kind::kEntry) {
+      ProfileValue v;
+      v.text = model_->Value(*line, p, kMaxChars);
+      v.length = static_cast<int>(Len(v.text));
+      return v;
     }
   }
   while (!def.empty() && def.back() == ' ') def.remove_suffix(1);
