@@ -111,10 +111,11 @@ TEST(ProfileStoreRead, FollowsTheRulesOfHandEditedFiles) {
       {"[\xC9t\xE9]\r\nx=1\r\n", "été", "X", "none", "1"},
       {"[a]\r\nx=1\0 2\r\n"s, "a", "x", "", "1\0 2"s},
   };
-  // A section large enough to be searched by halves, with names out of order.
+  // A section large enough to be searched by halves, with names out of order
+  // and each name twice: the first one wins.
   std::string big = "[Big]\r\n";
   for (int i = 300; i >= 1; --i) big += "k" + std::to_string(i) + "=v" + std::to_string(i) + "\r\n";
-  big += "K7=late\r\n";
+  for (int i = 1; i <= 300; ++i) big += "K" + std::to_string(i) + "=late\r\n";
   for (const char* key : {"K1", "k150", "k300", "k7"}) cases.push_back({big, "big", key, "", "v"s + (key + 1)});
   cases.push_back({big, "big", "k301", "none", "none"});
   for (const Case& c : cases) {
