@@ -12,6 +12,9 @@ HeadlessProgram::HeadlessProgram(std::string profilePath, ProgramParts parts)
 }
 
 Form1& HeadlessProgram::Start() {
+  // With the profile's lock held no write can be under way: every temporary
+  // beside the file is a killed run's.
+  store.RemoveLeftoverTemporaries();
   form_ = std::make_unique<Form1>(runtime, store);
   door.Dispatch([this] {
     form_->Loaded = true;

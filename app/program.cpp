@@ -22,10 +22,6 @@ void IdentifyApplication() {
   QApplication::setWindowIcon(QIcon::fromTheme(QString::fromLatin1(kDesktopId)));
 }
 
-// A temporary a day old belongs to no write under way: another copy of the
-// program writes its own in milliseconds.
-constexpr std::int64_t kStaleTemporarySeconds = 24 * 60 * 60;
-
 // The store makes the profile's folder on its first write.
 Program::Program(const std::string& profilePath, ProgramParts parts)
     : store_(profilePath, parts.fileSystem ? *parts.fileSystem : ownFileSystem_),
@@ -38,7 +34,9 @@ Program::Program(const std::string& profilePath, ProgramParts parts)
 }
 
 void Program::Start() {
-  ownFileSystem_.RemoveStaleTemporaries(store_.Path(), kStaleTemporarySeconds);
+  // With the profile's lock held no write can be under way: every temporary
+  // beside the file is a killed run's.
+  store_.RemoveLeftoverTemporaries();
   window_ = runtime_.ShowMainForm(form_);
 }
 

@@ -6,6 +6,10 @@
 namespace pelmora {
 
 void ListGames(ProfileStore& store, ListBox& list, bool gamesStops) {
+  // The handler's writes go to disk first: when they can't, the store takes
+  // the file as it is again, and the list shows what is really stored
+  // rather than a game that never reached it.
+  store.Flush();
   for (int n = 1; n <= kIndexSlots; ++n) {
     const ProfileValue v = store.ReadProfileValue(kIndexSection, Format(n), kEndMarker);
     if (v.length == 0) continue;

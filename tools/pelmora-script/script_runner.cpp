@@ -1,5 +1,6 @@
 #include "tools/pelmora-script/script_runner.h"
 
+#include <cerrno>
 #include <charconv>
 #include <deque>
 #include <cmath>
@@ -315,6 +316,10 @@ class ScriptRunner::Impl final : public RuntimeWatcher {
       const std::string ext = std::filesystem::path(args[1]).extension().string();
       if (ext != ".pdf" && ext != ".png") Fail("printer needs a .pdf or .png path");
       printerPath_ = args[1];
+    } else if (cmd == "disk-full") {
+      need(1);
+      if (args[1] != "yes" && args[1] != "no") Fail("disk-full takes yes or no");
+      fs_.writeError = args[1] == "yes" ? ENOSPC : 0;
     } else if (cmd == "answer") {
       if (args.size() < 2) Fail("answer needs at least one answer");
       for (std::size_t i = 1; i < args.size(); ++i) {
@@ -616,7 +621,7 @@ class ScriptRunner::Impl final : public RuntimeWatcher {
   std::ostream& err_;
   SetClocks clocks_;
   SeededRandom random_{1};
-  PosixFileSystem fs_;
+  FaultInjectingFileSystem fs_;  // a full disk when the script says so
   ScriptHooks hooks_;
   std::unique_ptr<ScriptFront> front_;
   std::deque<int> answers_;
