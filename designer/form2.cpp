@@ -212,9 +212,10 @@ bool NameAccepted(Form2& f, const std::string& name, DirtyFlagAtQuestion flag) {
 // since the list on screen was read. A stored game is written where it now
 // stands (the same occurrence of its name, where the list holds it twice);
 // a new game, or a name typed into boxes that stand for no stored game, goes
-// behind the listed games. No position (-1) when the game the boxes stood
+// behind the listed games. Nothing is written when the game the boxes stood
 // for is gone and the name is blank: there is nothing left to blank.
 struct SaveTarget {
+  bool write;
   int position;  // the slot is position + 1
   int listed;    // games the index lists now
 };
@@ -225,14 +226,14 @@ SaveTarget TargetOf(Form2& f, const std::string& name) {
   ListGames(f.store, stored, /*gamesStops=*/true);
   const int listed = stored.ListCount();
   const bool storedGame = d.EditedSlot >= 0 && d.EditedSlot < f.List1.ListCount() && !d.BoxesStandForNoGame;
-  if (!storedGame) return {name.empty() ? d.EditedSlot : listed, listed};
+  if (!storedGame) return {true, name.empty() ? d.EditedSlot : listed, listed};
   const std::string shown = f.List1.List(d.EditedSlot);
   int earlier = 0;
   for (int i = 0; i < d.EditedSlot; ++i) earlier += f.List1.List(i) == shown ? 1 : 0;
   for (int i = 0; i < listed; ++i) {
-    if (stored.List(i) == shown && earlier-- == 0) return {i, listed};
+    if (stored.List(i) == shown && earlier-- == 0) return {true, i, listed};
   }
-  return {name.empty() ? -1 : listed, listed};
+  return {!name.empty(), listed, listed};
 }
 
 // Save, telling its callers whether it wrote.
@@ -251,7 +252,7 @@ bool SaveGame(Form2& f) {
 
   const SaveTarget target = TargetOf(f, name);
   d.BoxesStandForNoGame = false;
-  if (target.position != -1) {
+  if (target.write) {
     d.EditedSlot = static_cast<std::int16_t>(target.position);
     WriteGameEntry(f.store, d.EditedSlot + 1, name, f.Boxes(), NormaliseWord);
   }
@@ -326,7 +327,7 @@ void Form2_Command4_Click(Form2& f) {
     if (!NameAccepted(f, name, DirtyFlagAtQuestion::Kept)) return;
     if (f.runtime.MsgBox(kSaveChanges, vbYesNoQuestion) == vbYes) {
       const SaveTarget target = TargetOf(f, name);
-      if (target.position != -1) WriteGameEntry(f.store, target.position + 1, name, f.Boxes(), RemoveBlanks);
+      if (target.write) WriteGameEntry(f.store, target.position + 1, name, f.Boxes(), RemoveBlanks);
       if (name.empty() && target.listed > 0) CompactIndex(f.store, target.listed);
     }
   }
