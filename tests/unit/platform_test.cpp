@@ -20,7 +20,7 @@ TEST(Format, NumbersWithNoFormatText) {
       {2.0 / 3, "0.666666666666667"}, {1.0 / 30, "3.33333333333333E-02"}, {30.0 / 86400, "3.47222222222222E-04"},
       {-30.0 / 86400, "-3.47222222222222E-04"}, {1e15, "1E+15"}, {999999999999999, "999999999999999"},
       {123456789012345.6, "123456789012346"}, {1234567890123456, "1.23456789012346E+15"}, {1e-5, "0.00001"},
-      {0.000123456789012345, "1.23456789012345E-04"}, {4096, "4096"}, {1.5e-100, "1.5E-100"}};
+      {0.000123456789012345, "1.23456789012345E-04"}, {4096, "4096"}, {100, "100"}, {1.5e-100, "1.5E-100"}};
   for (const auto& [value, text] : cases) EXPECT_EQ(Format(value), text) << value;
   // A record stored as Format's text and read back by Val keeps 15 digits.
   for (double seconds : {1.0, 30.0, 59.9, 3599.0, 200000.0})
@@ -64,12 +64,14 @@ TEST(Text, CharactersNotBytes) {
   EXPECT_EQ(Len("\xE2\x82"), 2u);
   EXPECT_EQ(Len("\xF0\x9F\x98\x80x"), 2u);
   EXPECT_EQ(DateValue(2000, 1, 1, 12, 0, 0), 36526.5);
+  EXPECT_EQ(DateValue(2024, 3, 1, 0, 0, 0) - DateValue(2024, 2, 28, 0, 0, 0), 2);
 }
 
 TEST(ListBox, SortedInsertionFollowsTheSelection) {
   ListBox list("List1", {}, 0, /*sorted=*/true);
-  for (const char* w : {"PEAR", "APPLE", "PLUM", "APPLE", "fig"}) list.AddItem(w);
-  EXPECT_EQ(list.Items(), (std::vector<std::string>{"APPLE", "APPLE", "fig", "PEAR", "PLUM"}));
+  for (const char* w : {"PEAR", "APPLE", "PLUM", "apple", "fig"}) list.AddItem(w);
+  // Text order without regard to case; an item goes behind those it equals.
+  EXPECT_EQ(list.Items(), (std::vector<std::string>{"APPLE", "apple", "fig", "PEAR", "PLUM"}));
   int clicks = 0;
   list.Click = [&] { ++clicks; };
   list.UserSelect(3);
@@ -78,8 +80,10 @@ TEST(ListBox, SortedInsertionFollowsTheSelection) {
   EXPECT_EQ(list.Text(), "PEAR");
   list.RemoveItem(list.ListIndex());
   EXPECT_EQ(list.ListIndex(), -1);
-  EXPECT_EQ(list.List(99), "");
+  EXPECT_EQ(list.List(list.ListCount()), "");
+  list.RemoveItem(list.ListCount());
   list.UserSelect(99);
+  EXPECT_EQ(list.ListCount(), 4);
   list.Clear();
   EXPECT_EQ(clicks, 1);
 }

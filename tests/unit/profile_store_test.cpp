@@ -189,6 +189,13 @@ TEST(ProfileStoreWrite, ChangesOnlyTheLineItWrites) {
     EXPECT_FALSE(store.WriteProfileValue(section, key, "1")) << section << "/" << key;
   }
   EXPECT_FALSE(Slurp(dir.File()).has_value());
+  // A file longer than the pieces it is read and written in: its last key is
+  // read, and a write keeps every byte before it.
+  const std::string big = "[games]\r\n" + Repeat("x=" + std::string(98, 'y') + "\r\n", 2000) + "last=1\r\n";
+  Spit(dir.File(), big);
+  EXPECT_EQ(store.ReadProfileValue("games", "last", "").text, "1");
+  store.WriteProfileValue("games", "last", "2");
+  EXPECT_EQ(Slurp(dir.File()), big.substr(0, big.size() - 3) + "2\r\n");
 }
 
 // The real file system without its flushes: the same temporaries and
