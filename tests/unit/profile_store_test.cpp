@@ -105,6 +105,7 @@ TEST(ProfileStoreRead, FollowsTheRulesOfHandEditedFiles) {
       {"[a]\r\nx=\"a b\"\r\n", "a", "x", "none", "a b"},
       {"[a]\r\nx='v\"\r\n", "a", "x", "none", "'v\""},
       {"[a]\r\nx=\"\r\n", "a", "x", "none", "\""},
+      {"[a]\r\nx=''\r\n", "a", "x", "none", ""},
       {"[a]\r\nx=\"" + Repeat("y", 40) + "\"\r\n", "a", "x", "", Repeat("y", 31)},
       {std::nullopt, "a", "x", "\"a b\"  ", "a b"},
       {std::nullopt, "a", "x", "  x", "  x"},
