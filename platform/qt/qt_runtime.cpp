@@ -161,21 +161,25 @@ void QtRuntime::ShowModal(Form& form) {
     if (!form.Loaded) return;  // Load unloaded it
   }
 
-  auto* window = new FormWindow(form, door_, DialogParent(),
+  // It opens at the present scale of the window it comes up over: its
+  // design size times that scale, as far as the screen allows.
+  QWidget* parent = DialogParent();
+  const auto* over = parent ? qobject_cast<FormWindow*>(parent->window()) : nullptr;
+  const double scale = over ? over->Scale() : 1.0;
+  auto* window = new FormWindow(form, door_, parent,
                                 Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                                     Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint,
-                                0, scriptedTimers);
+                                scale, scriptedTimers);
   window->setAttribute(Qt::WA_DeleteOnClose, false);
   window->setWindowModality(Qt::ApplicationModal);
-  window->setFixedSize(window->size());
   // The form's Left and Top (its Load may have set them) place the window
   // on the screen of the window it comes up over, rather than wherever the
   // window manager would drop it.
-  const QScreen* screen =
-      window->parentWidget() ? window->parentWidget()->screen() : QGuiApplication::primaryScreen();
+  const QScreen* screen = parent ? parent->screen() : QGuiApplication::primaryScreen();
+  const QRect room = screen ? screen->availableGeometry() : QRect(0, 0, window->width(), window->height());
+  window->setFixedSize(window->size().boundedTo(room.size()));
   const QPoint origin = screen ? screen->geometry().topLeft() : QPoint();
-  window->move(origin + QPoint(TwipsToWholePixels(form.Left, window->Dpi()),
-                               TwipsToWholePixels(form.Top, window->Dpi())));
+  window->move(origin + QPoint(ScaledWholePixels(form.Left, scale), ScaledWholePixels(form.Top, scale)));
   Form* shown = &form;
   window->onCloseBox = [this, shown] {
     if (shown->CloseRequested) door_.Dispatch(shown->CloseRequested);
@@ -243,7 +247,7 @@ bool QtRuntime::PrintForm(Form& form) {
 std::unique_ptr<FormWindow> QtRuntime::ShowMainForm(Form& form) {
   form.Loaded = true;
   if (form.LoadEvent) door_.Dispatch(form.LoadEvent);
-  auto window = std::make_unique<FormWindow>(form, door_, nullptr, Qt::WindowFlags(), 0, scriptedTimers);
+  auto window = std::make_unique<FormWindow>(form, door_, nullptr, Qt::WindowFlags(), 1.0, scriptedTimers);
   window->ShowAsFormWants();
   if (form.ActivateEvent) door_.Dispatch(form.ActivateEvent);
   return window;

@@ -138,7 +138,7 @@ using Cell = pelmora::testing::GridCell;
 
 // A press at the middle of a board cell; letters stand 500 twips apart.
 void ClickCell(pelmora::FormWindow& window, QWidget& board, Cell cell) {
-  const double pixelsPerTwip = window.Dpi() / 1440.0;
+  const double pixelsPerTwip = window.Scale() / 15.0;
   const QPoint at(static_cast<int>((cell.col * 500 + 250) * pixelsPerTwip),
                   static_cast<int>((cell.row * 500 + 250) * pixelsPerTwip));
   QTest::mouseClick(&board, Qt::LeftButton, Qt::NoModifier, at);
@@ -229,7 +229,7 @@ int Shoot(const QString& outDir, const QString& tag) {
 
   QTest::qWait(1200);  // at rest: the clock ticking, nothing else moving
   std::printf("resident memory with a game on the board: %ld KiB\n", ResidentKiB());
-  std::printf("device pixel ratio: %.2f, logical dpi: %.1f\n", window.devicePixelRatioF(), window.Dpi());
+  std::printf("device pixel ratio: %.2f, scale: %.2f\n", window.devicePixelRatioF(), window.Scale());
 
   QFile layoutFile(outDir + QStringLiteral("/layout-%1.txt").arg(tag));
   if (!layoutFile.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
