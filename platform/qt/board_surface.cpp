@@ -1,8 +1,11 @@
 #include "platform/qt/board_surface.h"
 
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QStyle>
+#include <QStyleOptionFocusRect>
 #include <algorithm>
 #include <cmath>
 
@@ -24,6 +27,7 @@ int MouseButtonOf(Qt::MouseButton button) {
 BoardSurface::BoardSurface(PictureBox& model, FormWindow& window, QWidget* parent)
     : QWidget(parent), ControlView(model, window) {
   setAttribute(Qt::WA_OpaquePaintEvent);
+  setFocusPolicy(Qt::StrongFocus);
   SyncGeometry();
   SyncVisible();
   shown_ = model.Picture();
@@ -55,6 +59,8 @@ void BoardSurface::TakeCellEdges() {
     xs_.push_back(xs_.back() + (c < static_cast<int>(shown_->colWidths.size()) ? shown_->colWidths[c] : 0));
   for (int r = 0; r < shown_->rows; ++r)
     ys_.push_back(ys_.back() + (r < static_cast<int>(shown_->rowHeights.size()) ? shown_->rowHeights[r] : 0));
+  focusRow_ = std::clamp(focusRow_, 0, std::max(0, shown_->rows - 1));
+  focusCol_ = std::clamp(focusCol_, 0, std::max(0, shown_->cols - 1));
 }
 
 QRectF BoardSurface::CellTwips(int row, int col) const {
@@ -124,6 +130,7 @@ void BoardSurface::Sync(Change what, int index) {
         update();
       }
       circlesShown_ = false;
+      if (hasFocus()) DescribeFocusCell();
       return;
     }
     case Change::Circle: {
@@ -157,10 +164,18 @@ void BoardSurface::paintEvent(QPaintEvent* event) {
   const bool lettersOnly = !letters.empty() && shown_ && event->region() == QRegion(lettersArea_);
   lettersArea_ = QRect();
   QPainter painter(this);
+  const double twipsPerPixel = TwipsPerPixel();
+  const bool frame = hasFocus() && shown_ && shown_->rows > 0 && shown_->cols > 0;
   if (lettersOnly) {
-    const double twipsPerPixel = TwipsPerPixel();
+    painter.save();
     painter.scale(1.0 / twipsPerPixel, 1.0 / twipsPerPixel);
     PaintGridLetters(painter, *shown_, letters);
+    painter.restore();
+    // The focus frame is drawn on fresh ground only: its cell is painted
+    // whole again when its letter changed.
+    const int focus = focusRow_ * shown_->cols + focusCol_;
+    if (frame && std::find(letters.begin(), letters.end(), focus) != letters.end())
+      PaintPart(painter, CellPixels(focusRow_, focusCol_));
     return;
   }
   for (const QRect& part : event->region()) PaintPart(painter, part);
@@ -188,6 +203,15 @@ void BoardSurface::PaintPart(QPainter& painter, const QRect& part) {
     PaintCircles(painter, Box().Circles(), kTwipsPerLogicalPixel, exposedTwips);
     painter.restore();
   }
+  QRect focusCell;
+  if (shown_ && shown_->rows > 0 && shown_->cols > 0) focusCell = CellPixels(focusRow_, focusCol_);
+  if (hasFocus() && part.intersects(focusCell)) {
+    QStyleOptionFocusRect frame;
+    frame.initFrom(this);
+    frame.rect = focusCell.adjusted(3, 3, -3, -3);
+    frame.backgroundColor = Qt::white;
+    style()->drawPrimitive(QStyle::PE_FrameFocusRect, &frame, &painter, this);
+  }
   painter.restore();
 }
 
@@ -198,9 +222,80 @@ void BoardSurface::mousePressEvent(QMouseEvent* event) {
   const int button = MouseButtonOf(event->button());
   const int shift = ShiftStateOf(event->modifiers());
   const QPointF twips = TwipsOf(event->position());
+  // The keyboard goes on from the cell the mouse pressed.
+  const auto row = std::upper_bound(ys_.begin(), ys_.end(), twips.y()) - ys_.begin() - 1;
+  const auto col = std::upper_bound(xs_.begin(), xs_.end(), twips.x()) - xs_.begin() - 1;
+  if (row >= 0 && col >= 0 && row + 1 < static_cast<long>(ys_.size()) && col + 1 < static_cast<long>(xs_.size()))
+    MoveFocusCell(static_cast<int>(row) - focusRow_, static_cast<int>(col) - focusCol_);
   const auto x = static_cast<float>(twips.x());
   const auto y = static_cast<float>(twips.y());
   Door().Dispatch([box, button, shift, x, y] { box->UserMouseDown(button, shift, x, y); });
+}
+
+void BoardSurface::keyPressEvent(QKeyEvent* event) {
+  auto* box = static_cast<PictureBox*>(model_);
+  if (!box || !shown_ || shown_->rows <= 0 || shown_->cols <= 0) {
+    QWidget::keyPressEvent(event);
+    return;
+  }
+  switch (event->key()) {
+    case Qt::Key_Left: MoveFocusCell(0, -1); break;
+    case Qt::Key_Right: MoveFocusCell(0, 1); break;
+    case Qt::Key_Up: MoveFocusCell(-1, 0); break;
+    case Qt::Key_Down: MoveFocusCell(1, 0); break;
+    case Qt::Key_Space:
+    case Qt::Key_Return:
+    case Qt::Key_Enter: {
+      // A key held down presses once, as a mouse button held down does.
+      if (event->isAutoRepeat()) break;
+      // A left click at the cell's centre, through the same door and handler.
+      const auto x = static_cast<float>((xs_[focusCol_] + xs_[focusCol_ + 1]) / 2);
+      const auto y = static_cast<float>((ys_[focusRow_] + ys_[focusRow_ + 1]) / 2);
+      Door().Dispatch([box, x, y] { box->UserMouseDown(1, 0, x, y); });
+      break;
+    }
+    default:
+      QWidget::keyPressEvent(event);
+      return;
+  }
+  event->accept();
+}
+
+void BoardSurface::MoveFocusCell(int rows, int cols) {
+  if (!shown_) return;
+  const int row = std::clamp(focusRow_ + rows, 0, std::max(0, shown_->rows - 1));
+  const int col = std::clamp(focusCol_ + cols, 0, std::max(0, shown_->cols - 1));
+  if (row == focusRow_ && col == focusCol_) return;
+  update(CellPixels(focusRow_, focusCol_));
+  focusRow_ = row;
+  focusCol_ = col;
+  update(CellPixels(focusRow_, focusCol_));
+  DescribeFocusCell();
+}
+
+void BoardSurface::DescribeFocusCell() {
+  QString description;
+  if (shown_ && focusRow_ < shown_->rows && focusCol_ < shown_->cols) {
+    const std::string& text = shown_->At(focusRow_, focusCol_).text;
+    const QString letter = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    description = QStringLiteral("Row %1, column %2, ").arg(focusRow_ + 1).arg(focusCol_ + 1) +
+                  (letter.isEmpty() ? QStringLiteral("empty") : QStringLiteral("letter ") + letter);
+  }
+  if (description != accessibleDescription()) setAccessibleDescription(description);
+}
+
+// The focus cell is described while the board has the focus, when a screen
+// reader tells it; the idle shuffle changes its letter ten times a second.
+void BoardSurface::focusInEvent(QFocusEvent* event) {
+  QWidget::focusInEvent(event);
+  DescribeFocusCell();
+  if (shown_ && shown_->rows > 0) update(CellPixels(focusRow_, focusCol_));
+}
+
+void BoardSurface::focusOutEvent(QFocusEvent* event) {
+  QWidget::focusOutEvent(event);
+  setAccessibleDescription(QString());
+  if (shown_ && shown_->rows > 0) update(CellPixels(focusRow_, focusCol_));
 }
 
 }  // namespace pelmora

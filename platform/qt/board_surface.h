@@ -2,6 +2,11 @@
 // The view of a PictureBox: the grid picture painted with vectors at the
 // window's scale, then the circles drawn on it. A press of the mouse goes to
 // the model in twips.
+//
+// The board is also played from the keyboard: it takes the focus with Tab,
+// the arrow keys move a focus cell (drawn as a focus frame), and Space or
+// Enter presses that cell as a left click at its centre does. Its accessible
+// description tells the row, column and letter of the focus cell.
 
 #include <QRegion>
 #include <QWidget>
@@ -26,12 +31,19 @@ class BoardSurface final : public QWidget, public ControlView {
   QPointF PixelsOf(double xTwips, double yTwips) const;
   QPointF TwipsOf(QPointF pixels) const;
 
+  // The focus cell, row and column from 0.
+  int FocusRow() const { return focusRow_; }
+  int FocusCol() const { return focusCol_; }
+
   // Told of each circle once it is on screen.
   std::function<void(const CircleMark&)> onCircleShown;
 
  protected:
   void paintEvent(QPaintEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  void focusInEvent(QFocusEvent* event) override;
+  void focusOutEvent(QFocusEvent* event) override;
 
  private:
   void Sync(Change what, int index) override;
@@ -46,8 +58,10 @@ class BoardSurface final : public QWidget, public ControlView {
   QRect CellPixels(int row, int col) const;
   // Marks what the new picture changes for painting.
   void TakeChanges(const GridPicture* before, const GridPicture& after);
-  // Paints a part of the surface whole: ground, picture, circles.
+  // Paints a part of the surface whole: ground, picture, circles, frame.
   void PaintPart(QPainter& painter, const QRect& part);
+  void MoveFocusCell(int rows, int cols);
+  void DescribeFocusCell();
 
   PictureHandle shown_;        // the picture on screen
   bool circlesShown_ = false;  // whether circles were drawn on it
@@ -55,6 +69,8 @@ class BoardSurface final : public QWidget, public ControlView {
   std::vector<int> letters_;   // cells whose lone letters alone changed
   QRect lettersArea_;          // the pixels their boxes cover
   std::vector<double> xs_, ys_;
+  int focusRow_ = 0;
+  int focusCol_ = 0;
 };
 
 // The mouse button as the controls' events number it: 1 left, 2 right,

@@ -104,7 +104,6 @@ void ControlView::SyncAccessibleName() {
   if (!w || !model_) return;
   QString name = Caption().trimmed();
   if (name.isEmpty()) name = descriptiveName_;
-  if (name.isEmpty()) name = ToQString(model_->Name());
   if (w->accessibleName() != name) w->setAccessibleName(name);
 }
 

@@ -59,8 +59,8 @@ class ControlView {
   void SyncColours(QPalette::ColorRole fore, QPalette::ColorRole back);
   // Handles the notifications every widget shares; true when it did.
   bool SyncCommon(Change what);
-  // The accessible name: the caption, else the descriptive name, else the
-  // control's own name, so that no control is ever unnamed.
+  // The accessible name: the caption, else the descriptive name. Never the
+  // control's code name, which means nothing to a person.
   void SyncAccessibleName();
 
   EventDoor& Door() const;

@@ -37,9 +37,9 @@ QString DescriptiveName(const Form& form, const Control& control) {
     const char* name;
   };
   static constexpr Entry kNames[] = {
-      {"Form1", "Picture1", "Board"},         {"Form1", "List1", "Word list"},
-      {"Form1", "List2", "Game list"},        {"Form1", "Label1", "Time taken"},
-      {"Form2", "List1", "Game list"},        {"Form2", "Text1", "Game name"},
+      {"Form1", "Picture1", "Letter board"}, {"Form1", "List1", "Word list"},
+      {"Form1", "List2", "Game list"},       {"Form1", "Label1", "Time taken"},
+      {"Form2", "List1", "Game list"},       {"Form2", "Text1", "Game name"},
   };
   for (const Entry& entry : kNames)
     if (form.Name() == entry.form && control.Name() == entry.control) return QString::fromLatin1(entry.name);
