@@ -9,6 +9,7 @@
 #include <QScrollArea>
 #include <QStyle>
 #include <QStyleOptionButton>
+#include <QTimer>
 #include <algorithm>
 #include <cmath>
 
@@ -232,6 +233,18 @@ bool FormWindow::eventFilter(QObject* watched, QEvent* event) {
     }
   }
   return QWidget::eventFilter(watched, event);
+}
+
+void FormWindow::changeEvent(QEvent* event) {
+  QWidget::changeEvent(event);
+  if (refusesMinimise_ && event->type() == QEvent::WindowStateChange && isMinimized()) {
+    QTimer::singleShot(0, this, [this] {
+      setWindowState(windowState() & ~Qt::WindowMinimized);
+      show();
+      raise();
+      activateWindow();
+    });
+  }
 }
 
 void FormWindow::closeEvent(QCloseEvent* event) {

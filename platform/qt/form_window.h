@@ -76,7 +76,12 @@ class FormWindow final : public QWidget {
   // sees the key.
   void SetEscapeCloses(bool on) { escapeCloses_ = on; }
 
+  // A minimise from the window manager is undone at once: for a modal
+  // window, which would take the window it blocks down with it.
+  void SetRefusesMinimise(bool on) { refusesMinimise_ = on; }
+
  protected:
+  void changeEvent(QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   bool eventFilter(QObject* watched, QEvent* event) override;
@@ -90,6 +95,7 @@ class FormWindow final : public QWidget {
   EventDoor& door_;
   bool scriptedTimers_;
   bool escapeCloses_ = false;
+  bool refusesMinimise_ = false;
   double scale_ = 1.0;
   bool zoomed_ = false;  // a zoom holds until the window is resized
   QFont controlFont_;

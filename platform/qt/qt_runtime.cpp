@@ -13,6 +13,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QStandardPaths>
+#include <QWindow>
 
 #include "platform/form.h"
 #include "platform/qt/control_views.h"
@@ -62,6 +63,14 @@ class ProgramMessageBox final : public QMessageBox {
     }
     QMessageBox::closeEvent(event);
   }
+  // Centred over the window that raised it: its client area over the
+  // window's, whatever frames the window manager puts around them.
+  void showEvent(QShowEvent* event) override {
+    QMessageBox::showEvent(event);
+    QWidget* over = parentWidget() ? parentWidget()->window() : nullptr;
+    if (!over || !over->isVisible() || !windowHandle()) return;
+    windowHandle()->setPosition(over->geometry().center() - QPoint(width() / 2, height() / 2));
+  }
 
  private:
   bool question_;
@@ -79,15 +88,13 @@ QtRuntime::~QtRuntime() {
 }
 
 QWidget* QtRuntime::DialogParent() const {
-  if (QWidget* modal = QApplication::activeModalWidget()) return modal;
-  if (QWidget* active = QApplication::activeWindow()) return active;
-  // The program is in the background (a tick's message, say): the box still
-  // belongs over its own windows, the innermost modal form first.
+  // The window whose handler is running: the innermost modal form that is
+  // up, else the main window. Its dialogs belong to it, centred over it,
+  // whether or not the program is the active one (a tick's message).
   for (auto it = modals_.rbegin(); it != modals_.rend(); ++it)
     if (it->window && it->window->isVisible() && it->loop) return it->window;
-  for (QWidget* top : QApplication::topLevelWidgets())
-    if (qobject_cast<FormWindow*>(top) && top->isVisible()) return top;
-  return nullptr;
+  if (mainWindow_) return mainWindow_;
+  return QApplication::activeWindow();
 }
 
 int QtRuntime::MsgBox(const std::string& prompt, int value) {
@@ -161,8 +168,12 @@ void QtRuntime::ShowModal(Form& form) {
     if (!form.Loaded) return;  // Load unloaded it
   }
 
-  // It opens at the present scale of the window it comes up over: its
-  // design size times that scale, as far as the screen allows.
+  // A dialog of the window it comes up over: a title and a close box, no
+  // minimise or maximise button (minimised, it would hide the window it
+  // blocks with no way back; a window manager that offers to minimise it
+  // all the same sees it come straight back). It opens at that window's
+  // present scale, its design size times it as far as the screen allows,
+  // and the form fits that window.
   QWidget* parent = DialogParent();
   const auto* over = parent ? qobject_cast<FormWindow*>(parent->window()) : nullptr;
   const double scale = over ? over->Scale() : 1.0;
@@ -172,11 +183,13 @@ void QtRuntime::ShowModal(Form& form) {
                                 scale, scriptedTimers);
   window->setAttribute(Qt::WA_DeleteOnClose, false);
   window->setWindowModality(Qt::ApplicationModal);
+  window->SetRefusesMinimise(true);
   // The form's Left and Top (its Load may have set them) place the window
   // on the screen of the window it comes up over, rather than wherever the
   // window manager would drop it.
   const QScreen* screen = parent ? parent->screen() : QGuiApplication::primaryScreen();
   const QRect room = screen ? screen->availableGeometry() : QRect(0, 0, window->width(), window->height());
+  // Of fixed size, so that no window manager offers to maximise it.
   window->setFixedSize(window->size().boundedTo(room.size()));
   const QPoint origin = screen ? screen->geometry().topLeft() : QPoint();
   window->move(origin + QPoint(ScaledWholePixels(form.Left, scale), ScaledWholePixels(form.Top, scale)));
@@ -248,6 +261,7 @@ std::unique_ptr<FormWindow> QtRuntime::ShowMainForm(Form& form) {
   form.Loaded = true;
   if (form.LoadEvent) door_.Dispatch(form.LoadEvent);
   auto window = std::make_unique<FormWindow>(form, door_, nullptr, Qt::WindowFlags(), 1.0, scriptedTimers);
+  mainWindow_ = window.get();
   window->ShowAsFormWants();
   if (form.ActivateEvent) door_.Dispatch(form.ActivateEvent);
   return window;
