@@ -244,13 +244,17 @@ bool QtRuntime::PrintForm(Form& form) {
     printer.setDocName(QStringLiteral("Pelmora sheet"));
     if (PrintFormOn(printer, form) && printer.printerState() != QPrinter::Error) return true;
   }
-  // No printer, or the print failed: offer a PDF file instead.
+  // No printer, or the print failed: offer a PDF file instead, and say why.
+  // The documents folder is proposed where there is one; none is made for
+  // it, and the home folder stands in.
+  const QString title = printerInfo.isNull()
+                            ? QStringLiteral("No printer was found - save the sheet as PDF")
+                            : QStringLiteral("The sheet could not be printed - save it as PDF");
   const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
-  const QString proposed = QDir(documents.isEmpty() ? QDir::homePath() : documents)
-                               .filePath(QStringLiteral("Pelmora sheet.pdf"));
+  const QString folder = !documents.isEmpty() && QDir(documents).exists() ? documents : QDir::homePath();
+  const QString proposed = QDir(folder).filePath(QStringLiteral("Pelmora sheet.pdf"));
   QString path = Waiting(door_, [&] {
-    return QFileDialog::getSaveFileName(DialogParent(), QStringLiteral("Save the sheet as PDF"),
-                                        proposed, QStringLiteral("PDF files (*.pdf)"));
+    return QFileDialog::getSaveFileName(DialogParent(), title, proposed, QStringLiteral("PDF files (*.pdf)"));
   });
   if (path.isEmpty()) return false;
   if (!path.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive)) path += QLatin1String(".pdf");
