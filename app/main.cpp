@@ -6,11 +6,16 @@
 #include <QApplication>
 
 #include "app/program.h"
+#include "app/single_window.h"
 
 int main(int argc, char* argv[]) {
   QApplication app(argc, argv);
   pelmora::IdentifyApplication();
-  pelmora::Program program(pelmora::PlayerProfilePath());
+  const std::string profile = pelmora::PlayerProfilePath();
+  pelmora::SingleWindow single(profile);
+  if (single.HandedToRunning()) return 0;
+  pelmora::Program program(profile);
+  single.onAsked = [&program] { program.BringToFront(); };
   program.Start();
   return QApplication::exec();
 }
