@@ -33,6 +33,18 @@ Program::Program(const std::string& profilePath, ProgramParts parts)
   door_.onWriteFailed = [this](const std::string& sentence) { runtime_.MsgBox(sentence, vbExclamation); };
 }
 
+void Program::BringToFront() {
+  if (!window_) return;
+  if (window_->isMinimized()) window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
+  window_->show();
+  window_->raise();
+  window_->activateWindow();
+  if (QWidget* modal = QApplication::activeModalWidget()) {
+    modal->raise();
+    modal->activateWindow();
+  }
+}
+
 void Program::Start() {
   // With the profile's lock held no write can be under way: every temporary
   // beside the file is a killed run's.

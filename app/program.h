@@ -45,6 +45,10 @@ class Program {
   // Runs Form1's Load and shows its window.
   void Start();
 
+  // Brings the window to the front (and the designer over it, if it is
+  // up), restored if it was minimised.
+  void BringToFront();
+
   Form1& MainForm() { return form_; }
   FormWindow& MainWindow() { return *window_; }
   QtRuntime& Runtime() { return runtime_; }

@@ -87,7 +87,7 @@ void BM_BoardPress(benchmark::State& state) {
   FormWindow& window = program->MainWindow();
   QWidget* surface = window.WidgetFor(f.Picture1);
   std::vector<QPoint> presses;
-  const double pixelsPerTwip = window.Dpi() / 1440.0;
+  const double pixelsPerTwip = window.Scale() / 15.0;
   for (int r = 0; r < 15; ++r)
     for (int c = 0; c < 15; ++c) {
       const std::string& letter = f.Grid1.CellAt(r, c).text;

@@ -3,11 +3,16 @@
 #include <QColor>
 #include <QFontMetricsF>
 #include <QGlyphRun>
+#include <QImage>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPen>
 #include <QRawFont>
+#include <algorithm>
 #include <cmath>
+#include <map>
+#include <string>
+#include <utility>
 #include <set>
 #include <tuple>
 
@@ -57,10 +62,17 @@ struct LetterFace {
   explicit LetterFace(bool bold)
       : font(BoardLetterFont(bold)), raw(QRawFont::fromFont(font)), metrics(font) {}
 
-  void Draw(QPainter& painter, const QRectF& cell, Qt::Alignment align, const QString& text) const {
+  // The glyphs of many cells, drawn in one call.
+  struct Batch {
+    QList<quint32> glyphs;
+    QList<QPointF> positions;
+  };
+
+  // Adds the text of a cell to batch, or draws it at once when this face
+  // lacks one of its letters (drawText then finds a face that has it).
+  void Add(Batch& batch, QPainter& painter, const QRectF& cell, Qt::Alignment align, const QString& text) const {
     const QList<quint32> glyphs = raw.isValid() ? raw.glyphIndexesForString(text) : QList<quint32>();
     if (glyphs.isEmpty() || glyphs.contains(0)) {
-      // A letter this face lacks: drawText finds a face that has it.
       painter.setFont(font);
       painter.drawText(TextOrigin(cell, align, metrics.horizontalAdvance(text), metrics.ascent(),
                                   metrics.descent()),
@@ -68,24 +80,37 @@ struct LetterFace {
       return;
     }
     const QList<QPointF> advances = raw.advancesForGlyphIndexes(glyphs);
-    QList<QPointF> positions;
-    positions.reserve(glyphs.size());
     double width = 0;
-    for (const QPointF& advance : advances) {
-      positions.append(QPointF(width, 0));
-      width += advance.x();
+    for (const QPointF& advance : advances) width += advance.x();
+    QPointF at = TextOrigin(cell, align, width, raw.ascent(), raw.descent());
+    for (qsizetype i = 0; i < glyphs.size(); ++i) {
+      batch.glyphs.append(glyphs[i]);
+      batch.positions.append(at);
+      at.rx() += advances[i].x();
     }
+  }
+
+  void Draw(QPainter& painter, const Batch& batch) const {
+    if (batch.glyphs.isEmpty()) return;
     QGlyphRun run;
     run.setRawFont(raw);
-    run.setGlyphIndexes(glyphs);
-    run.setPositions(positions);
-    painter.drawGlyphRun(TextOrigin(cell, align, width, raw.ascent(), raw.descent()), run);
+    run.setGlyphIndexes(batch.glyphs);
+    run.setPositions(batch.positions);
+    painter.drawGlyphRun(QPointF(0, 0), run);
   }
 
   QFont font;
   QRawFont raw;
   QFontMetricsF metrics;
 };
+
+// The two faces, made once: a face is costly to make, and the idle shuffle
+// paints ten times a second. Never destroyed, so that no font outlives the
+// font database at exit.
+const LetterFace& Face(bool bold) {
+  static const LetterFace* const faces[2] = {new LetterFace(false), new LetterFace(true)};
+  return *faces[bold ? 1 : 0];
+}
 
 // The size of one device pixel in the painter's units, for lines that must
 // stay one device pixel wide and fall on whole pixels.
@@ -106,17 +131,126 @@ QFont BoardLetterFont(bool bold) {
   return font;
 }
 
+namespace {
+
+// Where the ink of any one letter A to Z of either face lies when it is
+// centred in a cell, in twips from the cell's centre, with a logical pixel
+// to spare for the edges that antialiasing softens.
+QRectF LetterInk() {
+  static const QRectF ink = [] {
+    QRectF all;
+    for (bool bold : {false, true}) {
+      const LetterFace& face = Face(bold);
+      for (char c = 'A'; c <= 'Z'; ++c) {
+        const QChar letter{QLatin1Char(c)};
+        const QPointF origin(-face.metrics.horizontalAdvance(letter) / 2,
+                             (face.raw.ascent() - face.raw.descent()) / 2);
+        all |= face.metrics.boundingRect(letter).translated(origin);
+      }
+    }
+    return all.adjusted(-15, -15, 15, 15);
+  }();
+  return ink;
+}
+
+// The cell edges of a picture, in twips from its corner.
+void CellEdges(const GridPicture& picture, std::vector<double>& xs, std::vector<double>& ys) {
+  xs.assign(static_cast<std::size_t>(picture.cols) + 1, 0.0);
+  ys.assign(static_cast<std::size_t>(picture.rows) + 1, 0.0);
+  for (int c = 0; c < picture.cols; ++c)
+    xs[c + 1] = xs[c] + (c < static_cast<int>(picture.colWidths.size()) ? picture.colWidths[c] : 0);
+  for (int r = 0; r < picture.rows; ++r)
+    ys[r + 1] = ys[r] + (r < static_cast<int>(picture.rowHeights.size()) ? picture.rowHeights[r] : 0);
+}
+
+}  // namespace
+
+bool IsLoneLetter(const GridCell& cell) {
+  return cell.alignment == 4 &&
+         (cell.text.empty() || (cell.text.size() == 1 && cell.text[0] >= 'A' && cell.text[0] <= 'Z'));
+}
+
+QRectF LetterBoxTwips(const QRectF& cell) { return LetterInk().translated(cell.center()).intersected(cell); }
+
+namespace {
+
+// Lone letters drawn once at the device's scale, on their white box, and
+// then copied into place: a copy costs a fraction of drawing a glyph, and
+// the idle shuffle paints 225 letters ten times a second. Drawn for their
+// own pixels at every scale (never a bitmap stretched), each lands on the
+// whole device pixel nearest its place.
+class LetterSprites {
+ public:
+  const QImage& Of(const GridCell& cell, const QSizeF& cellTwips, double devicePerTwip) {
+    if (devicePerTwip != devicePerTwip_ || cellTwips != cell_) {
+      images_.clear();
+      devicePerTwip_ = devicePerTwip;
+      cell_ = cellTwips;
+    }
+    QImage& image = images_[{cell.text, cell.bold}];
+    if (image.isNull()) {
+      const QRectF box = LetterBoxTwips(QRectF(QPointF(), cellTwips));
+      image = QImage(QSizeF(box.size() * devicePerTwip).toSize().expandedTo(QSize(1, 1)), QImage::Format_RGB32);
+      image.fill(Qt::white);
+      QPainter painter(&image);
+      painter.setRenderHint(QPainter::TextAntialiasing, true);
+      painter.scale(devicePerTwip, devicePerTwip);
+      painter.translate(-box.topLeft());
+      LetterFace::Batch glyphs;
+      Face(cell.bold).Add(glyphs, painter, QRectF(QPointF(), cellTwips), AlignmentOf(cell.alignment),
+                          QString::fromLatin1(cell.text.data(), static_cast<qsizetype>(cell.text.size())));
+      painter.setPen(Qt::black);
+      Face(cell.bold).Draw(painter, glyphs);
+    }
+    return image;
+  }
+
+ private:
+  double devicePerTwip_ = 0;
+  QSizeF cell_;
+  std::map<std::pair<std::string, bool>, QImage> images_;
+};
+
+}  // namespace
+
+void PaintGridLetters(QPainter& painter, const GridPicture& picture, const std::vector<int>& cells) {
+  static LetterSprites& sprites = *new LetterSprites;  // kept to the end, like the faces
+  std::vector<double> xs, ys;
+  CellEdges(picture, xs, ys);
+  // Device pixels are addressed directly (from the widget's corner, as the
+  // world transform places things): the transform must only scale.
+  const double ratio = painter.device() ? painter.device()->devicePixelRatioF() : 1.0;
+  const QTransform toDevice = painter.worldTransform() * QTransform::fromScale(ratio, ratio);
+  if (toDevice.type() > QTransform::TxScale || toDevice.m11() != toDevice.m22() || toDevice.m11() <= 0) {
+    for (int index : cells) {
+      const int r = index / picture.cols;
+      const int c = index % picture.cols;
+      if (index >= 0 && r < picture.rows)
+        PaintGridPicture(painter, picture, GridLines::Screen,
+                         QRectF(xs[c], ys[r], xs[c + 1] - xs[c], ys[r + 1] - ys[r]));
+    }
+    return;
+  }
+  painter.save();
+  painter.setWorldTransform(QTransform::fromScale(1 / ratio, 1 / ratio));
+  for (int index : cells) {
+    const int r = index / picture.cols;
+    const int c = index % picture.cols;
+    if (index < 0 || r >= picture.rows) continue;
+    const QRectF cell(xs[c], ys[r], xs[c + 1] - xs[c], ys[r + 1] - ys[r]);
+    const QPoint at = toDevice.map(LetterBoxTwips(cell).topLeft()).toPoint();
+    painter.drawImage(at, sprites.Of(picture.At(r, c), cell.size(), toDevice.m11()));
+  }
+  painter.restore();
+}
+
 void PaintGridPicture(QPainter& painter, const GridPicture& picture, GridLines lines,
                       const QRectF& exposedTwips) {
   if (picture.rows <= 0 || picture.cols <= 0) return;
   painter.save();
 
-  std::vector<double> xs(static_cast<std::size_t>(picture.cols) + 1, 0.0);
-  std::vector<double> ys(static_cast<std::size_t>(picture.rows) + 1, 0.0);
-  for (int c = 0; c < picture.cols; ++c)
-    xs[c + 1] = xs[c] + (c < static_cast<int>(picture.colWidths.size()) ? picture.colWidths[c] : 0);
-  for (int r = 0; r < picture.rows; ++r)
-    ys[r + 1] = ys[r] + (r < static_cast<int>(picture.rowHeights.size()) ? picture.rowHeights[r] : 0);
+  std::vector<double> xs, ys;
+  CellEdges(picture, xs, ys);
   const QRectF whole(0, 0, xs.back(), ys.back());
   const QRectF area = exposedTwips.isNull() ? whole : whole.intersected(exposedTwips);
   if (area.isEmpty()) {
@@ -129,33 +263,37 @@ void PaintGridPicture(QPainter& painter, const GridPicture& picture, GridLines l
 
   // Lines on every boundary. Each is pulled half a line's width into the
   // cells, so the outer frame stays inside the picture and a screen line
-  // covers exactly one device pixel row instead of smearing over two.
-  QPen pen(kLineColour);
-  double half = 0;
-  if (lines == GridLines::Screen) {
-    pen.setCosmetic(true);
-    pen.setWidth(1);
-    half = TwipsPerDevicePixel(painter) / 2;
-  } else {
-    pen.setWidthF(kPaperLineTwips);
-    half = kPaperLineTwips / 2;
-  }
-  painter.setPen(pen);
+  // covers exactly one device pixel row instead of smearing over two. On
+  // screen a line is a rectangle one device pixel wide: filled, it lands on
+  // whole pixels far faster than a stroke does.
+  const double half = lines == GridLines::Screen ? TwipsPerDevicePixel(painter) / 2 : kPaperLineTwips / 2;
+  QList<QLineF> gridLines;
   for (std::size_t i = 0; i < xs.size(); ++i) {
     const double x = i == 0 ? xs[i] + half : xs[i] - half;
     if (x + 2 * half < area.left() || x - 2 * half > area.right()) continue;
-    painter.drawLine(QPointF(x, area.top()), QPointF(x, area.bottom()));
+    gridLines.append(QLineF(x, area.top(), x, area.bottom()));
   }
   for (std::size_t i = 0; i < ys.size(); ++i) {
     const double y = i == 0 ? ys[i] + half : ys[i] - half;
     if (y + 2 * half < area.top() || y - 2 * half > area.bottom()) continue;
-    painter.drawLine(QPointF(area.left(), y), QPointF(area.right(), y));
+    gridLines.append(QLineF(area.left(), y, area.right(), y));
+  }
+  if (lines == GridLines::Screen) {
+    for (const QLineF& line : gridLines)
+      painter.fillRect(QRectF(line.p1() - QPointF(half, half), line.p2() + QPointF(half, half)), kLineColour);
+  } else {
+    QPen pen(kLineColour);
+    pen.setWidthF(kPaperLineTwips);
+    painter.setPen(pen);
+    painter.drawLines(gridLines);
   }
 
-  const LetterFace regular(false);
-  const LetterFace bold(true);
+  const LetterFace& regular = Face(false);
+  const LetterFace& bold = Face(true);
   painter.setPen(Qt::black);
   painter.setRenderHint(QPainter::TextAntialiasing, true);
+  LetterFace::Batch regularGlyphs;
+  LetterFace::Batch boldGlyphs;
   for (int r = 0; r < picture.rows; ++r) {
     if (ys[r + 1] < area.top() || ys[r] > area.bottom()) continue;
     for (int c = 0; c < picture.cols; ++c) {
@@ -164,10 +302,13 @@ void PaintGridPicture(QPainter& painter, const GridPicture& picture, GridLines l
       if (cell.text.empty()) continue;
       const QRectF box(xs[c], ys[r], xs[c + 1] - xs[c], ys[r + 1] - ys[r]);
       (cell.bold ? bold : regular)
-          .Draw(painter, box, AlignmentOf(cell.alignment),
-                QString::fromUtf8(cell.text.data(), static_cast<qsizetype>(cell.text.size())));
+          .Add(cell.bold ? boldGlyphs : regularGlyphs, painter, box, AlignmentOf(cell.alignment),
+               QString::fromUtf8(cell.text.data(), static_cast<qsizetype>(cell.text.size())));
     }
   }
+  painter.setPen(Qt::black);  // drawText of a missing letter may have left another font set
+  regular.Draw(painter, regularGlyphs);
+  bold.Draw(painter, boldGlyphs);
   painter.restore();
 }
 

@@ -23,6 +23,20 @@ enum class GridLines { Screen, Paper };
 // size in the twips coordinate system.
 QFont BoardLetterFont(bool bold);
 
+// Whether a cell holds at most one letter A to Z, centred: its look changes
+// only inside its letter box.
+bool IsLoneLetter(const GridCell& cell);
+
+// The box around the centre of a cell (twips) that a lone letter's ink
+// never leaves.
+QRectF LetterBoxTwips(const QRectF& cell);
+
+// Paints the letters of the given cells (row x cols + col), each over the
+// white of its letter box, for a picture painted whole before in which
+// those cells' lone letters alone changed: the grid lines and the white
+// around the boxes stay as they are, and far fewer pixels are touched.
+void PaintGridLetters(QPainter& painter, const GridPicture& picture, const std::vector<int>& cells);
+
 // Paints the cells of picture with their top left corner at the origin:
 // white cells, light grey lines, the letters in black. Only cells that meet
 // exposedTwips are painted; a null rectangle means all of them.

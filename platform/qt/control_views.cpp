@@ -1,14 +1,13 @@
 #include "platform/qt/control_views.h"
 
-#include <algorithm>
-
 #include <QClipboard>
-#include <QFontMetrics>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
-#include <QStyle>
+#include <QPointer>
+#include <QProxyStyle>
 #include <algorithm>
+#include <cmath>
 
 #include "platform/qt/form_window.h"
 #include "platform/qt/twips.h"
@@ -26,23 +25,26 @@ QColor FromRgb(std::uint32_t rgb) {
                 static_cast<int>(rgb & 0xFF));
 }
 
-// The controls were laid out for a narrower face than the platform's
-// default; a caption that would be cut at the edge of its control is drawn
-// condensed instead, never below three quarters of its width.
-void FitCaption(QWidget& widget, const QString& text, int room, bool bold) {
-  QFont font = widget.parentWidget() ? widget.parentWidget()->font() : widget.font();
-  font.setBold(bold);
-  font.setStretch(QFont::Unstretched);
-  const int needed = QFontMetrics(font).horizontalAdvance(text);
-  if (room > 0 && needed > room) {
-    // Widths don't shrink in proportion (a condensed face may stand in), so
-    // step down from the proportional guess until the caption fits.
-    for (int stretch = std::min(99, room * 100 / needed); stretch >= 75; --stretch) {
-      font.setStretch(stretch);
-      if (QFontMetrics(font).horizontalAdvance(text) <= room) break;
-    }
+// The square of a check box grows with the form, as its caption does; the
+// platform's style draws it at the size it is given.
+class ScaledIndicatorStyle final : public QProxyStyle {
+ public:
+  int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override {
+    const int base = QProxyStyle::pixelMetric(metric, option, widget);
+    if (metric != PM_IndicatorWidth && metric != PM_IndicatorHeight && metric != PM_CheckBoxLabelSpacing)
+      return base;
+    const auto* window = widget ? qobject_cast<const FormWindow*>(widget->window()) : nullptr;
+    return window ? std::max(1, static_cast<int>(std::lround(base * window->Scale()))) : base;
   }
-  widget.setFont(font);
+};
+
+QStyle* IndicatorStyle() {
+  static QPointer<QStyle> style;
+  if (!style) {
+    style = new ScaledIndicatorStyle;
+    style->setParent(QCoreApplication::instance());  // lives as long as the application
+  }
+  return style;
 }
 
 }  // namespace
@@ -70,8 +72,8 @@ EventDoor& ControlView::Door() const { return window_.Door(); }
 void ControlView::SyncGeometry() {
   QWidget* w = Widget();
   if (!w || !model_) return;
-  w->setGeometry(TwipRectToPixels({model_->Left(), model_->Top(), model_->Width(), model_->Height()},
-                                  window_.Dpi()));
+  w->setGeometry(ScaledTwipRect({model_->Left(), model_->Top(), model_->Width(), model_->Height()},
+                                window_.Scale()));
 }
 
 void ControlView::SyncVisible() {
@@ -100,9 +102,8 @@ void ControlView::SetDescriptiveName(const QString& name) {
 void ControlView::SyncAccessibleName() {
   QWidget* w = Widget();
   if (!w || !model_) return;
-  QString name = CurrentCaption().trimmed();
+  QString name = Caption().trimmed();
   if (name.isEmpty()) name = descriptiveName_;
-  if (name.isEmpty()) name = ToQString(model_->Name());
   if (w->accessibleName() != name) w->setAccessibleName(name);
 }
 
@@ -139,19 +140,18 @@ LabelView::LabelView(Label& model, FormWindow& window, QWidget* parent)
 void LabelView::SyncCaption() {
   if (!model_) return;
   auto& label = static_cast<Label&>(*model_);
-  const QString caption = ToQString(label.Caption());
-  FitCaption(*this, caption, width(), label.FontBold);
-  setText(caption);
+  if (label.FontBold != font().bold()) {
+    QFont bold;  // bold alone: the size follows the window's scale
+    bold.setBold(label.FontBold);
+    setFont(bold);
+  }
+  setText(ToQString(label.Caption()));
   SyncAccessibleName();  // the clock's label is called by the time it shows
 }
 
 void LabelView::Sync(Change what, int) {
-  if (what == Change::Caption || what == Change::Geometry) {
-    SyncCommon(what);
-    SyncCaption();
-    return;
-  }
-  SyncCommon(what);
+  if (what == Change::Caption) SyncCaption();
+  else SyncCommon(what);
 }
 
 // ---------------------------------------------------------------------------
@@ -161,9 +161,7 @@ ButtonView::ButtonView(CommandButton& model, FormWindow& window, QWidget* parent
     : QPushButton(parent), ControlView(model, window) {
   setAutoDefault(false);
   SyncGeometry();
-  const QString caption = ToQString(model.Caption());
-  FitCaption(*this, caption, width() - 2 * style()->pixelMetric(QStyle::PM_ButtonMargin), false);
-  setText(caption);
+  setText(ToQString(model.Caption()));
   SyncAccessibleName();
   SyncVisible();
   connect(this, &QAbstractButton::clicked, this, [this] {
@@ -181,14 +179,11 @@ void ButtonView::Sync(Change what, int) { SyncCommon(what); }
 
 CheckView::CheckView(CheckBox& model, FormWindow& window, QWidget* parent)
     : QCheckBox(parent), ControlView(model, window) {
+  setStyle(IndicatorStyle());
   setTristate(true);
   SyncColours(QPalette::WindowText, QPalette::Window);
   SyncGeometry();
-  const QString caption = ToQString(model.Caption());
-  const int indicator = style()->pixelMetric(QStyle::PM_IndicatorWidth, nullptr, this) +
-                        style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, nullptr, this);
-  FitCaption(*this, caption, width() - indicator, false);
-  setText(caption);
+  setText(ToQString(model.Caption()));
   SyncAccessibleName();
   SyncValue();
   SyncVisible();

@@ -39,6 +39,11 @@ class ControlView {
   // is called by its caption while it has one.
   void SetDescriptiveName(const QString& name);
 
+  // The caption the widget shows; empty for a control without one.
+  virtual QString Caption() const { return {}; }
+  // Follows the window's new scale: place, size, and whatever is drawn.
+  virtual void Rescale() { SyncGeometry(); }
+
  protected:
   ControlView(Control& model, FormWindow& window);
   // Starts observing. The derived constructor calls it once its widget shows
@@ -54,10 +59,9 @@ class ControlView {
   void SyncColours(QPalette::ColorRole fore, QPalette::ColorRole back);
   // Handles the notifications every widget shares; true when it did.
   bool SyncCommon(Change what);
-  // The accessible name: the caption, else the descriptive name, else the
-  // control's own name, so that no control is ever unnamed.
+  // The accessible name: the caption, else the descriptive name. Never the
+  // control's code name, which means nothing to a person.
   void SyncAccessibleName();
-  virtual QString CurrentCaption() const { return {}; }
 
   EventDoor& Door() const;
   FormWindow& window_;
@@ -74,7 +78,7 @@ class LabelView final : public QLabel, public ControlView {
  private:
   void Sync(Change what, int index) override;
   void SyncCaption();
-  QString CurrentCaption() const override { return text(); }
+  QString Caption() const override { return text(); }
 };
 
 class ButtonView final : public QPushButton, public ControlView {
@@ -85,7 +89,7 @@ class ButtonView final : public QPushButton, public ControlView {
 
  private:
   void Sync(Change what, int index) override;
-  QString CurrentCaption() const override { return text(); }
+  QString Caption() const override { return text(); }
 };
 
 // Shows 0, 1 and 2 as unchecked, checked and partially checked. A click
@@ -103,7 +107,7 @@ class CheckView final : public QCheckBox, public ControlView {
  private:
   void Sync(Change what, int index) override;
   void SyncValue();
-  QString CurrentCaption() const override { return text(); }
+  QString Caption() const override { return text(); }
 };
 
 // Items follow the model one notification at a time, so a list of thousands

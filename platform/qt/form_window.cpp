@@ -1,10 +1,17 @@
 #include "platform/qt/form_window.h"
 
+#include <QCheckBox>
 #include <QCloseEvent>
-#include <QGuiApplication>
+#include <QFontMetricsF>
 #include <QKeyEvent>
-#include <QScreen>
+#include <QLabel>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QStyle>
+#include <QStyleOptionButton>
+#include <QTimer>
 #include <algorithm>
+#include <cmath>
 
 #include "platform/grid.h"
 #include "platform/qt/board_surface.h"
@@ -15,10 +22,12 @@ namespace pelmora {
 
 namespace {
 
-double PrimaryScreenDpi() {
-  const QScreen* screen = QGuiApplication::primaryScreen();
-  return screen ? screen->logicalDotsPerInch() : 96.0;
-}
+// The largest size the controls' text takes at 1:1, in pixels: the size of
+// the board's letters, 8.25 points.
+constexpr int kNominalPixelSize = 11;
+constexpr int kSmallestPixelSize = 5;
+constexpr double kZoomStep = 0.25;
+constexpr double kLargestZoom = 8.0;
 
 // What a screen reader calls the controls that show no caption: by what
 // they hold. Controls with a caption are called by it (see ControlView).
@@ -29,9 +38,9 @@ QString DescriptiveName(const Form& form, const Control& control) {
     const char* name;
   };
   static constexpr Entry kNames[] = {
-      {"Form1", "Picture1", "Board"},         {"Form1", "List1", "Word list"},
-      {"Form1", "List2", "Game list"},        {"Form1", "Label1", "Time taken"},
-      {"Form2", "List1", "Game list"},        {"Form2", "Text1", "Game name"},
+      {"Form1", "Picture1", "Letter board"}, {"Form1", "List1", "Word list"},
+      {"Form1", "List2", "Game list"},       {"Form1", "Label1", "Time taken"},
+      {"Form2", "List1", "Game list"},       {"Form2", "Text1", "Game name"},
   };
   for (const Entry& entry : kNames)
     if (form.Name() == entry.form && control.Name() == entry.control) return QString::fromLatin1(entry.name);
@@ -42,28 +51,47 @@ QString DescriptiveName(const Form& form, const Control& control) {
   return {};
 }
 
+// The width a control's caption may take without being cut: its text area
+// as the style lays it out, and never past the form's right edge (a box may
+// reach beyond the form, whose edge then cuts it).
+int CaptionRoom(QWidget& widget, int formWidth) {
+  QRect room = widget.contentsRect();
+  QStyleOptionButton option;
+  option.initFrom(&widget);
+  if (qobject_cast<QPushButton*>(&widget))
+    room = widget.style()->subElementRect(QStyle::SE_PushButtonContents, &option, &widget);
+  else if (qobject_cast<QCheckBox*>(&widget))
+    room = widget.style()->subElementRect(QStyle::SE_CheckBoxContents, &option, &widget);
+  const int left = widget.x() + room.left();
+  return std::min(widget.x() + room.right() + 1, formWidth) - left;
+}
+
 }  // namespace
 
-FormWindow::FormWindow(Form& form, EventDoor& door, QWidget* parent, Qt::WindowFlags flags,
-                       double dpi, bool scriptedTimers)
+FormWindow::FormWindow(Form& form, EventDoor& door, QWidget* parent, Qt::WindowFlags flags, double scale,
+                       bool scriptedTimers)
     : QWidget(parent, flags),
       form_(&form),
       door_(door),
-      dpi_(dpi > 0 ? dpi : PrimaryScreenDpi()),
-      scriptedTimers_(scriptedTimers) {
+      scriptedTimers_(scriptedTimers),
+      scroll_(new QScrollArea(this)),
+      canvas_(new QWidget) {
   setWindowTitle(QString::fromStdString(form.Caption()));
-  resize(TwipsToWholePixels(form.ClientWidth(), dpi_), TwipsToWholePixels(form.ClientHeight(), dpi_));
+  scroll_->setFrameShape(QFrame::NoFrame);
+  scroll_->setAlignment(Qt::AlignCenter);
+  scroll_->setFocusPolicy(Qt::NoFocus);  // the controls take Tab, not the frame around them
+  scroll_->setWidget(canvas_);
 
   for (Control* control : form.Controls()) {
     ControlView* view = nullptr;
     // The grid is a store of letters that is never on screen: no widget.
     if (dynamic_cast<FlexGrid*>(control)) continue;
-    if (auto* box = dynamic_cast<PictureBox*>(control)) view = new BoardSurface(*box, *this, this);
-    else if (auto* label = dynamic_cast<Label*>(control)) view = new LabelView(*label, *this, this);
-    else if (auto* button = dynamic_cast<CommandButton*>(control)) view = new ButtonView(*button, *this, this);
-    else if (auto* check = dynamic_cast<CheckBox*>(control)) view = new CheckView(*check, *this, this);
-    else if (auto* list = dynamic_cast<ListBox*>(control)) view = new ListView(*list, *this, this);
-    else if (auto* text = dynamic_cast<TextBox*>(control)) view = new TextView(*text, *this, this);
+    if (auto* box = dynamic_cast<PictureBox*>(control)) view = new BoardSurface(*box, *this, canvas_);
+    else if (auto* label = dynamic_cast<Label*>(control)) view = new LabelView(*label, *this, canvas_);
+    else if (auto* button = dynamic_cast<CommandButton*>(control)) view = new ButtonView(*button, *this, canvas_);
+    else if (auto* check = dynamic_cast<CheckBox*>(control)) view = new CheckView(*check, *this, canvas_);
+    else if (auto* list = dynamic_cast<ListBox*>(control)) view = new ListView(*list, *this, canvas_);
+    else if (auto* text = dynamic_cast<TextBox*>(control)) view = new TextView(*text, *this, canvas_);
     else if (auto* timer = dynamic_cast<Timer*>(control)) view = new TimerView(*timer, *this);
     if (view) {
       view->SetDescriptiveName(DescriptiveName(form, *control));
@@ -73,9 +101,91 @@ FormWindow::FormWindow(Form& form, EventDoor& door, QWidget* parent, Qt::WindowF
   }
   installEventFilter(this);
   ApplyTabOrder();
+  ChooseControlFont();  // the views stand at 1:1 now
+  ApplyScale(scale);
+  resize(canvas_->size());
 }
 
 FormWindow::~FormWindow() { Detach(); }
+
+void FormWindow::ChooseControlFont() {
+  // Every caption of the design must fit its box at 1:1, with a pixel to
+  // spare. Text is drawn at whole pixel sizes, and only the vertical is
+  // hinted, so widths grow in step with the size: at any scale the size is
+  // the 1:1 size times the scale, rounded down, and the captions still fit.
+  QFont font(QStringLiteral("DejaVu Sans"));
+  font.setHintingPreference(QFont::PreferVerticalHinting);
+  const int formWidth = ScaledWholePixels(form_->ClientWidth(), 1.0);
+  int pixels = kNominalPixelSize;
+  for (; pixels > kSmallestPixelSize; --pixels) {
+    font.setPixelSize(pixels);
+    const QFontMetricsF metrics(font);
+    const auto fits = [&](ControlView* view) {
+      // A trailing blank shows nothing: the caption ends at its last mark.
+      QString caption = view->Caption();
+      while (!caption.isEmpty() && caption.back().isSpace()) caption.chop(1);
+      return !view->Widget() || caption.isEmpty() ||
+             metrics.horizontalAdvance(caption) + 1 <= CaptionRoom(*view->Widget(), formWidth);
+    };
+    if (std::all_of(views_.begin(), views_.end(), fits)) break;
+  }
+  font.setPixelSize(pixels);
+  controlFont_ = font;
+}
+
+double FormWindow::FitScale() const {
+  const double across = width() * kTwipsPerLogicalPixel / std::max(1, form_ ? form_->ClientWidth() : 1);
+  const double down = height() * kTwipsPerLogicalPixel / std::max(1, form_ ? form_->ClientHeight() : 1);
+  return std::max(0.05, std::min(across, down));
+}
+
+void FormWindow::SetScale(double scale) {
+  zoomed_ = true;
+  scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+  scroll_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+  ApplyScale(scale);
+}
+
+void FormWindow::ApplyScale(double scale) {
+  if (!form_) return;
+  scale_ = scale;
+  canvas_->setFixedSize(ScaledWholePixels(form_->ClientWidth(), scale),
+                        ScaledWholePixels(form_->ClientHeight(), scale));
+  QFont font = controlFont_;
+  font.setPixelSize(std::max(1, static_cast<int>(std::floor(controlFont_.pixelSize() * scale + 1e-9))));
+  canvas_->setFont(font);
+  for (ControlView* view : views_) view->Rescale();
+}
+
+void FormWindow::resizeEvent(QResizeEvent* event) {
+  QWidget::resizeEvent(event);
+  scroll_->setGeometry(rect());
+  // A resize ends a zoom: the form fits its window again. Fitted, the form
+  // never outgrows the window, so no scroll bar takes room from it.
+  zoomed_ = false;
+  scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  scroll_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  ApplyScale(FitScale());
+}
+
+bool FormWindow::Zoom(const QKeyEvent& key) {
+  if (!(key.modifiers() & Qt::ControlModifier)) return false;
+  double scale = scale_;
+  switch (key.key()) {
+    case Qt::Key_0: scale = 1.0; break;
+    case Qt::Key_Plus:
+    case Qt::Key_Equal:
+      scale = std::min(kLargestZoom, (std::floor(scale_ / kZoomStep + 1e-6) + 1) * kZoomStep);
+      break;
+    case Qt::Key_Minus:
+      scale = std::max(kZoomStep, (std::ceil(scale_ / kZoomStep - 1e-6) - 1) * kZoomStep);
+      break;
+    default:
+      return false;
+  }
+  SetScale(scale);
+  return true;
+}
 
 ControlView* FormWindow::ViewFor(const Control& control) const {
   for (ControlView* view : views_)
@@ -112,14 +222,29 @@ void FormWindow::ApplyTabOrder() {
 }
 
 bool FormWindow::eventFilter(QObject* watched, QEvent* event) {
-  if (escapeCloses_ && onCloseBox && event->type() == QEvent::KeyPress &&
-      static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape &&
-      static_cast<QKeyEvent*>(event)->modifiers() == Qt::NoModifier) {
-    const auto handler = onCloseBox;
-    handler();
-    return true;
+  if (event->type() == QEvent::KeyPress) {
+    const auto* key = static_cast<QKeyEvent*>(event);
+    // The zoom keys belong to the window: no control sees them as typing.
+    if (Zoom(*key)) return true;
+    if (escapeCloses_ && onCloseBox && key->key() == Qt::Key_Escape && key->modifiers() == Qt::NoModifier) {
+      const auto handler = onCloseBox;
+      handler();
+      return true;
+    }
   }
   return QWidget::eventFilter(watched, event);
+}
+
+void FormWindow::changeEvent(QEvent* event) {
+  QWidget::changeEvent(event);
+  if (refusesMinimise_ && event->type() == QEvent::WindowStateChange && isMinimized()) {
+    QTimer::singleShot(0, this, [this] {
+      setWindowState(windowState() & ~Qt::WindowMinimized);
+      show();
+      raise();
+      activateWindow();
+    });
+  }
 }
 
 void FormWindow::closeEvent(QCloseEvent* event) {

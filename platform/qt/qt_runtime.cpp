@@ -13,6 +13,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QStandardPaths>
+#include <QWindow>
 
 #include "platform/form.h"
 #include "platform/qt/control_views.h"
@@ -62,6 +63,14 @@ class ProgramMessageBox final : public QMessageBox {
     }
     QMessageBox::closeEvent(event);
   }
+  // Centred over the window that raised it: its client area over the
+  // window's, whatever frames the window manager puts around them.
+  void showEvent(QShowEvent* event) override {
+    QMessageBox::showEvent(event);
+    QWidget* over = parentWidget() ? parentWidget()->window() : nullptr;
+    if (!over || !over->isVisible() || !windowHandle()) return;
+    windowHandle()->setPosition(over->geometry().center() - QPoint(width() / 2, height() / 2));
+  }
 
  private:
   bool question_;
@@ -79,15 +88,13 @@ QtRuntime::~QtRuntime() {
 }
 
 QWidget* QtRuntime::DialogParent() const {
-  if (QWidget* modal = QApplication::activeModalWidget()) return modal;
-  if (QWidget* active = QApplication::activeWindow()) return active;
-  // The program is in the background (a tick's message, say): the box still
-  // belongs over its own windows, the innermost modal form first.
+  // The window whose handler is running: the innermost modal form that is
+  // up, else the main window. Its dialogs belong to it, centred over it,
+  // whether or not the program is the active one (a tick's message).
   for (auto it = modals_.rbegin(); it != modals_.rend(); ++it)
     if (it->window && it->window->isVisible() && it->loop) return it->window;
-  for (QWidget* top : QApplication::topLevelWidgets())
-    if (qobject_cast<FormWindow*>(top) && top->isVisible()) return top;
-  return nullptr;
+  if (mainWindow_) return mainWindow_;
+  return QApplication::activeWindow();
 }
 
 int QtRuntime::MsgBox(const std::string& prompt, int value) {
@@ -161,21 +168,31 @@ void QtRuntime::ShowModal(Form& form) {
     if (!form.Loaded) return;  // Load unloaded it
   }
 
-  auto* window = new FormWindow(form, door_, DialogParent(),
+  // A dialog of the window it comes up over: a title and a close box, no
+  // minimise or maximise button (minimised, it would hide the window it
+  // blocks with no way back; a window manager that offers to minimise it
+  // all the same sees it come straight back). It opens at that window's
+  // present scale, its design size times it as far as the screen allows,
+  // and the form fits that window.
+  QWidget* parent = DialogParent();
+  const auto* over = parent ? qobject_cast<FormWindow*>(parent->window()) : nullptr;
+  const double scale = over ? over->Scale() : 1.0;
+  auto* window = new FormWindow(form, door_, parent,
                                 Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                                     Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint,
-                                0, scriptedTimers);
+                                scale, scriptedTimers);
   window->setAttribute(Qt::WA_DeleteOnClose, false);
   window->setWindowModality(Qt::ApplicationModal);
-  window->setFixedSize(window->size());
+  window->SetRefusesMinimise(true);
   // The form's Left and Top (its Load may have set them) place the window
   // on the screen of the window it comes up over, rather than wherever the
   // window manager would drop it.
-  const QScreen* screen =
-      window->parentWidget() ? window->parentWidget()->screen() : QGuiApplication::primaryScreen();
+  const QScreen* screen = parent ? parent->screen() : QGuiApplication::primaryScreen();
+  const QRect room = screen ? screen->availableGeometry() : QRect(0, 0, window->width(), window->height());
+  // Of fixed size, so that no window manager offers to maximise it.
+  window->setFixedSize(window->size().boundedTo(room.size()));
   const QPoint origin = screen ? screen->geometry().topLeft() : QPoint();
-  window->move(origin + QPoint(TwipsToWholePixels(form.Left, window->Dpi()),
-                               TwipsToWholePixels(form.Top, window->Dpi())));
+  window->move(origin + QPoint(ScaledWholePixels(form.Left, scale), ScaledWholePixels(form.Top, scale)));
   Form* shown = &form;
   window->onCloseBox = [this, shown] {
     if (shown->CloseRequested) door_.Dispatch(shown->CloseRequested);
@@ -227,13 +244,17 @@ bool QtRuntime::PrintForm(Form& form) {
     printer.setDocName(QStringLiteral("Pelmora sheet"));
     if (PrintFormOn(printer, form) && printer.printerState() != QPrinter::Error) return true;
   }
-  // No printer, or the print failed: offer a PDF file instead.
+  // No printer, or the print failed: offer a PDF file instead, and say why.
+  // The documents folder is proposed where there is one; none is made for
+  // it, and the home folder stands in.
+  const QString title = printerInfo.isNull()
+                            ? QStringLiteral("No printer was found - save the sheet as PDF")
+                            : QStringLiteral("The sheet could not be printed - save it as PDF");
   const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
-  const QString proposed = QDir(documents.isEmpty() ? QDir::homePath() : documents)
-                               .filePath(QStringLiteral("Pelmora sheet.pdf"));
+  const QString folder = !documents.isEmpty() && QDir(documents).exists() ? documents : QDir::homePath();
+  const QString proposed = QDir(folder).filePath(QStringLiteral("Pelmora sheet.pdf"));
   QString path = Waiting(door_, [&] {
-    return QFileDialog::getSaveFileName(DialogParent(), QStringLiteral("Save the sheet as PDF"),
-                                        proposed, QStringLiteral("PDF files (*.pdf)"));
+    return QFileDialog::getSaveFileName(DialogParent(), title, proposed, QStringLiteral("PDF files (*.pdf)"));
   });
   if (path.isEmpty()) return false;
   if (!path.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive)) path += QLatin1String(".pdf");
@@ -243,7 +264,8 @@ bool QtRuntime::PrintForm(Form& form) {
 std::unique_ptr<FormWindow> QtRuntime::ShowMainForm(Form& form) {
   form.Loaded = true;
   if (form.LoadEvent) door_.Dispatch(form.LoadEvent);
-  auto window = std::make_unique<FormWindow>(form, door_, nullptr, Qt::WindowFlags(), 0, scriptedTimers);
+  auto window = std::make_unique<FormWindow>(form, door_, nullptr, Qt::WindowFlags(), 1.0, scriptedTimers);
+  mainWindow_ = window.get();
   window->ShowAsFormWants();
   if (form.ActivateEvent) door_.Dispatch(form.ActivateEvent);
   return window;

@@ -72,6 +72,7 @@ class QtRuntime final : public Runtime {
     QEventLoop* loop = nullptr;  // null once the form is unloaded
   };
   Modal* Find(const Form& form);
+  // The window that dialogs raised now belong to.
   QWidget* DialogParent() const;
 
   EventDoor& door_;
@@ -79,6 +80,7 @@ class QtRuntime final : public Runtime {
   RandomSource& random_;
   int mousePointer_ = 0;
   std::vector<Modal> modals_;  // the innermost last
+  QPointer<FormWindow> mainWindow_;
 };
 
 }  // namespace pelmora

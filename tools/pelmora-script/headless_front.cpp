@@ -80,6 +80,7 @@ class HeadlessFront final : public ScriptFront {
   int Value(CheckBox& box) override { return box.Value(); }
   std::string Caption(Label& label) override { return label.Caption(); }
   std::string Text(TextBox& box) override { return box.Text(); }
+  std::string Snapshot(Form&, const std::string&) override { return {}; }
   int MousePointer() override { return program_.runtime.MousePointer(); }
 
  private:

@@ -3,12 +3,16 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QElapsedTimer>
+#include <QThread>
+#include <QWindow>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
 #include <QMouseEvent>
+#include <QScreen>
 #include <QStyle>
 #include <cstdio>
 #include <cstdlib>
@@ -206,6 +210,25 @@ class QtFront final : public ScriptFront {
     return cursor && cursor->shape() == Qt::WaitCursor ? vbHourglass : vbDefault;
   }
 
+  std::string Snapshot(Form& form, const std::string& path) override {
+    FormWindow* window = &form == MainForm() ? &program_.MainWindow() : program_.Runtime().ModalWindow(form);
+    if (!window) return form.Name() + " has no window";
+    Settle(*window);
+    // A picture of a window that cuts its form is no picture of the game:
+    // every control shown must lie inside the window, as far as it lies
+    // inside the form.
+    const QRect area(window->Canvas()->mapTo(window, QPoint()), window->Canvas()->size());
+    for (ControlView* view : window->Views()) {
+      QWidget* w = view->Widget();
+      if (!w || !view->Model() || !w->isVisible()) continue;
+      const QRect shown = QRect(w->mapTo(window, QPoint()), w->size()).intersected(area);
+      if (!window->rect().contains(shown))
+        return form.Name() + "." + view->Model()->Name() + " is cut by the edge of its window";
+    }
+    if (!window->grab().save(QString::fromStdString(path), "PNG")) return "can't write " + path;
+    return {};
+  }
+
  private:
   // The box stands: every timer that is on gets the chance to tick that a
   // real event loop would give it (none may), then the script's answer
@@ -224,6 +247,35 @@ class QtFront final : public ScriptFront {
                                          : answer == vbNo ? QMessageBox::No
                                                           : QMessageBox::Ok);
     if (button) ClickAt(button, QRectF(button->rect()).center());
+  }
+
+  // Lets the window reach the size it will keep: on a display with a window
+  // manager, a window is shown first and then placed and sized by it (a
+  // maximised one takes the screen's free area, frame and all).
+  static void Settle(QWidget& window) {
+    if (QGuiApplication::platformName() == QLatin1String("offscreen")) {
+      QCoreApplication::processEvents();
+      return;
+    }
+    const auto settled = [&window] {
+      if (!window.windowHandle() || !window.windowHandle()->isExposed()) return false;
+      return !window.isMaximized() || !window.screen() ||
+             window.frameGeometry().size() == window.screen()->availableGeometry().size();
+    };
+    QElapsedTimer clock;
+    clock.start();
+    QSize size;
+    qint64 steady = 0;
+    while (clock.elapsed() < 5000) {
+      QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+      if (window.size() != size || !settled()) {
+        size = window.size();
+        steady = clock.elapsed();
+      } else if (clock.elapsed() - steady >= 200) {
+        return;
+      }
+      QThread::msleep(10);
+    }
   }
 
   // Ends the process from inside Qt's event handling, with what the program

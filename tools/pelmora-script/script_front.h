@@ -82,6 +82,11 @@ class ScriptFront {
   virtual std::string Caption(Label& label) = 0;
   virtual std::string Text(TextBox& box) = 0;
   virtual int MousePointer() = 0;
+
+  // A picture of the form's window as the player sees it, as a PNG at
+  // path; empty, or why it could not be taken. A front with no windows
+  // takes none.
+  virtual std::string Snapshot(Form& form, const std::string& path) = 0;
 };
 
 // The names of the keys `key` presses, with the key codes the controls'

@@ -391,6 +391,10 @@ class ScriptRunner::Impl final : public RuntimeWatcher {
         // above it; nothing is saved.
         ended_ = true;
       }
+    } else if (cmd == "snapshot") {
+      need(2);
+      const std::string error = front_->Snapshot(ResolveForm(args[1]), args[2]);
+      if (!error.empty()) Fail(error);
     } else if (cmd == "wait") {
       need(1);
       Wait(args[1]);
