@@ -44,8 +44,9 @@ auto Waiting(EventDoor& door, F&& f) {
 class ProgramMessageBox final : public QMessageBox {
  public:
   ProgramMessageBox(QWidget* parent, bool question) : QMessageBox(parent), question_(question) {
-    if (question_)
-      setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint);
+    // Modal first: making a box modal gives it a dialog's title bar afresh.
+    setWindowModality(Qt::ApplicationModal);
+    if (question_) setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint);
   }
 
  protected:
@@ -104,7 +105,6 @@ int QtRuntime::MsgBox(const std::string& prompt, int value) {
   box.setWindowTitle(QStringLiteral("Pelmora"));
   box.setTextFormat(Qt::PlainText);
   box.setText(QString::fromStdString(prompt));
-  box.setWindowModality(Qt::ApplicationModal);
   if (question) {
     box.setIcon(QMessageBox::Question);
     box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);

@@ -19,6 +19,7 @@
 
 #include "app/program.h"
 #include "platform/qt/board_surface.h"
+#include "platform/qt/form_printer.h"
 #include "tests/support/grid_words.h"
 
 using namespace pelmora;
@@ -202,6 +203,28 @@ class WindowTest : public QObject {
     QVERIFY2(title.contains("No printer"), qPrintable(title));
     QCOMPARE(folder, home);  // no documents folder: the home folder, and none made
     QVERIFY(!QDir(home + "/Documents").exists());
+  }
+
+  // A question stands until Yes or No: Escape and the close box don't answer
+  // it, and it offers no close box. The printed sheet's picture has its
+  // border: grey around the board, as a picture box has.
+  void questionsAndTheSheet() {
+    auto program = Start(kGames);
+    QVERIFY(program);
+    bool stood = false;
+    AnswerNextBox(QMessageBox::No, [&stood](QMessageBox& box) {
+      QTest::keyClick(&box, Qt::Key_Escape);
+      box.close();
+      stood = box.isVisible() && !box.windowFlags().testFlag(Qt::WindowCloseButtonHint);
+    });
+    QTest::mouseClick(program->MainWindow().WidgetFor(program->MainForm().Command5), Qt::LeftButton);
+    QVERIFY(stood);
+    QCOMPARE(program->MainForm().Records.BestTime, 0.001);
+    Form3 sheet;
+    sheet.Picture1.SetPicture(program->MainForm().Picture1.Picture());
+    const QImage page = RenderFormToImage(sheet, 144);  // ten twips to the pixel
+    QVERIFY(qGray(page.pixel(13, 300)) < 0xA0 && qGray(page.pixel(13, 300)) > 0x60);
+    QCOMPARE(page.pixel(10, 300), qRgb(255, 255, 255));
   }
 
   // Run by desktop.window_manager under openbox; skipped elsewhere.
