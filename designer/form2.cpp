@@ -236,19 +236,22 @@ SaveTarget TargetOf(Form2& f, const std::string& name) {
   return {!name.empty(), listed, listed};
 }
 
-// Save, telling its callers whether it wrote.
-bool SaveGame(Form2& f) {
+}  // namespace
+
+// Save, also run as a plain call by a click on the list, New Entry and
+// Delete, which go on however it ended.
+void Form2_Command3_Click(Form2& f) {
   DesignerState& d = f.Design;
-  if (d.DirtyFlag != 1) return false;
+  if (d.DirtyFlag != 1) return;
   const std::string name = f.Text1.Text();
-  if (!NameAccepted(f, name, DirtyFlagAtQuestion::Cleared)) return false;
+  if (!NameAccepted(f, name, DirtyFlagAtQuestion::Cleared)) return;
   for (int i = 2; i <= kWordsPerGame; ++i) {
     if (f.Text(i - 1)->Text().empty() && !f.Text(i)->Text().empty()) {
       f.runtime.MsgBox(kBlankCellWarning, vbInformation);
       break;
     }
   }
-  if (f.runtime.MsgBox(kSaveChanges, vbYesNoQuestion) == vbNo) return false;
+  if (f.runtime.MsgBox(kSaveChanges, vbYesNoQuestion) == vbNo) return;
 
   const SaveTarget target = TargetOf(f, name);
   d.BoxesStandForNoGame = false;
@@ -275,13 +278,11 @@ bool SaveGame(Form2& f) {
     if (v.text == kEndMarker || v.text == kGamesMarker) break;
     f.Text(i)->SetText(std::move(v.text));
   }
-  return true;
 }
 
-}  // namespace
 
 void Form2_List1_Click(Form2& f) {
-  SaveGame(f);
+  Form2_Command3_Click(f);
   f.Design.EditedSlot = static_cast<std::int16_t>(f.List1.ListIndex());
   f.Design.BoxesStandForNoGame = false;
   EmptyBoxes(f);
@@ -300,7 +301,7 @@ void Form2_Text1_KeyPress(Form2& f, int&) {
 }
 
 void Form2_Command1_Click(Form2& f) {
-  if (f.Design.DirtyFlag == 1) SaveGame(f);
+  if (f.Design.DirtyFlag == 1) Form2_Command3_Click(f);
   f.Design.EditedSlot = static_cast<std::int16_t>(f.List1.ListCount());
   f.Design.BoxesStandForNoGame = true;
   f.Text1.SetText("");
@@ -315,10 +316,8 @@ void Form2_Command2_Click(Form2& f) {
   f.Text1.SetText("");
   EmptyBoxes(f);
   f.Design.DirtyFlag = 1;
-  SaveGame(f);
+  Form2_Command3_Click(f);
 }
-
-void Form2_Command3_Click(Form2& f) { SaveGame(f); }
 
 void Form2_Command4_Click(Form2& f) {
   DesignerState& d = f.Design;

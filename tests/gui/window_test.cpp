@@ -214,8 +214,9 @@ class WindowTest : public QObject {
   }
 
   // A question stands until Yes or No: Escape and the close box don't answer
-  // it, and it offers no close box. The printed sheet's picture has its
-  // border: grey around the board, as a picture box has.
+  // it, and it offers no close box. The printed sheet lists the words still
+  // to find, and its picture has its border: grey around the board, as a
+  // picture box has.
   void questionsAndTheSheet() {
     auto program = Start(kGames);
     QVERIFY(program);
@@ -228,9 +229,14 @@ class WindowTest : public QObject {
     QTest::mouseClick(program->MainWindow().WidgetFor(program->MainForm().Command5), Qt::LeftButton);
     QVERIFY(stood);
     QCOMPARE(program->MainForm().Records.BestTime, 0.001);
-    Form3 sheet;
-    sheet.Picture1.SetPicture(program->MainForm().Picture1.Picture());
-    const QImage page = RenderFormToImage(sheet, 144);  // ten twips to the pixel
+    // Print fills the sheet with the board and the words still to find.
+    Form1& f = program->MainForm();
+    auto* games = qobject_cast<QListWidget*>(program->MainWindow().WidgetFor(f.List2));
+    QTest::mouseClick(games->viewport(), Qt::LeftButton, {}, games->visualItemRect(games->item(0)).center());
+    program->Runtime().printTarget = [this] { return dir_.filePath("sheet.png").toStdString(); };
+    QTest::mouseClick(program->MainWindow().WidgetFor(f.Command3), Qt::LeftButton);
+    QCOMPARE(f.Sheet().List1.Items(), (std::vector<std::string>{"BIRCH", "OAK"}));
+    const QImage page = RenderFormToImage(f.Sheet(), 144);  // ten twips to the pixel
     QVERIFY(qGray(page.pixel(13, 300)) < 0xA0 && qGray(page.pixel(13, 300)) > 0x60);
     QCOMPARE(page.pixel(10, 300), qRgb(255, 255, 255));
   }
