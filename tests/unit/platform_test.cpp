@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "platform/clock.h"
 #include "platform/controls.h"
 #include "platform/random.h"
 #include "platform/runtime_helpers.h"
@@ -101,20 +100,6 @@ TEST(Random, ReseedsNeverRepeatAndSeedsRepeat) {
   const double first = a.Rnd();
   EXPECT_EQ(first, b.Rnd());
   EXPECT_NE(first, c.Rnd());
-}
-
-TEST(GameClock, AGameRunsOnTheSteadyClock) {
-  SetClocks clocks;
-  GameClock now(clocks);
-  const double noon = now.Now();
-  clocks.SetWall(0);
-  EXPECT_EQ(now.Now(), 0);  // between games: the wall clock
-  now.SetInPlay(true);
-  clocks.Advance(60'000);
-  clocks.SetWall(static_cast<std::int64_t>(noon * 86400e3));  // set forward by years
-  EXPECT_NEAR(now.Now(), 60.0 / 86400, 1e-12);
-  now.SetInPlay(false);
-  EXPECT_NEAR(now.Now(), noon, 1e-9);
 }
 
 }  // namespace

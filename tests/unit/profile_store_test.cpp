@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -429,32 +428,6 @@ TEST(ProfileStoreFailure, AFileThatCantBeReadIsNeverWrittenOver) {
   ASSERT_EQ(::waitpid(pid, &status, 0), pid);
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
   EXPECT_EQ(StatOf(dir.File()).st_size, static_cast<off_t>(before.size() + (64 << 20)));
-}
-
-TEST(ProfileStoreFailure, ARealFullDiskIsToldAndLeavesTheFileWhole) {
-  // A small disk of its own, where the machine lets a test mount one.
-  TempDir dir;
-  const std::string disk = dir.File("disk");
-  stdfs::create_directory(disk);
-  if (::mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=64k") != 0) GTEST_SKIP() << "no small disk can be mounted here";
-  struct Unmount {
-    std::string at;
-    ~Unmount() { ::umount2(at.c_str(), MNT_DETACH); }
-  } unmount{disk};
-  const std::string path = disk + "/wsearch.ini";
-  Spit(path, "[games]\r\n1=FRUIT\r\n");
-  std::ofstream(disk + "/filler", std::ios::binary) << std::string(60 * 1024, 'x');
-  PosixFileSystem fs;
-  ProfileStore store(path, fs);
-  EventDoor door;
-  door.Attach(store);
-  std::string told;
-  door.onWriteFailed = [&told](const std::string& what) { told = what; };
-  door.Dispatch([&] {
-    for (int slot = 2; slot < 400; ++slot) store.WriteProfileValue("games", std::to_string(slot), "A GAME OF MINE");
-  });
-  EXPECT_EQ(told, "Pelmora could not save to " + path + ": No space left on device");
-  EXPECT_EQ(Slurp(path), "[games]\r\n1=FRUIT\r\n");
 }
 
 }  // namespace
