@@ -36,8 +36,8 @@ TEST(FormatTime, HoursMinutesSeconds) {
 
 TEST(Val, NumberAtTheStartOfText) {
   const std::pair<const char*, double> cases[] = {
-      {"", 0}, {"abc", 0}, {"-1", -1}, {"+2", 2}, {".5", 0.5}, {"1.2.3", 1.2}, {" 1 2 ", 12}, {"\t-\n 5", -5},
-      {"1\r2", 1}, {"3.47222222222222E-04", 3.47222222222222E-04}, {"1D3", 1000}, {"1E+2x", 100}, {"1e", 1},
+      {"", 0}, {"abc", 0}, {"-1", -1}, {"+29", 29}, {".95", 0.95}, {"1.2.3", 1.2}, {" 1 2 ", 12}, {"\t-\n 5", -5},
+      {"1\r2", 1}, {"3.47222222222222E-04", 3.47222222222222E-04}, {"1D3", 1000}, {"1E+9x", 1e9}, {"1e", 1},
       {"e5", 0}, {"+-1", 0}, {"1e400", 0}, {"0x10", 0}};
   for (const auto& [text, value] : cases) EXPECT_DOUBLE_EQ(Val(text), value) << '"' << text << '"';
 }
@@ -53,9 +53,9 @@ TEST(Text, CharactersNotBytes) {
   EXPECT_EQ(Len("ÉLAN"), 4u);
   EXPECT_EQ(Left("ÉÉÉ", 2), "ÉÉ");
   EXPECT_EQ(UCase("café ñandú straße þ ķ αβγ жук źżž a😀"), "CAFÉ ÑANDÚ STRAßE Þ Ķ ΑΒΓ ЖУК ŹŻŽ A😀");
-  EXPECT_EQ(UCase("abc\xff"), "ABC\xff");
+  EXPECT_EQ(UCase("az\xff"), "AZ\xff");
   EXPECT_FALSE(EqualsIgnoringCase("Fruit ", "FRUIT"));
-  EXPECT_EQ(Latin1ToUtf8("\xC9"), "É");
+  EXPECT_EQ(Latin1ToUtf8("\x80\xC9"), "\xC2\x80" "É");
   std::string latin;
   EXPECT_TRUE(Utf8ToLatin1("É", latin) && latin == "\xC9");
   EXPECT_FALSE(Utf8ToLatin1("€", latin));
