@@ -43,7 +43,8 @@ TEST(Val, NumberAtTheStartOfText) {
 }
 
 TEST(RoundToWhole, HalvesGoToTheEvenNeighbour) {
-  const std::pair<double, int> cases[] = {{0.5, 0}, {1.5, 2}, {2.5, 2}, {-1.5, -2}, {0.51, 1}, {89.5, 90}, {1e9, 1000000000}};
+  const std::pair<double, int> cases[] = {{0.5, 0}, {1.5, 2}, {2.5, 2}, {-1.5, -2}, {0.51, 1}, {89.5, 90},
+      {2147483647.0, INT32_MAX}, {-2147483648.0, INT32_MIN}};
   for (const auto& [value, whole] : cases) EXPECT_EQ(RoundToWhole(value), whole) << value;
   EXPECT_FALSE(RoundToWhole(1e10).has_value());
   EXPECT_FALSE(RoundToWhole(NAN).has_value());
