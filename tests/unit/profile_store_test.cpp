@@ -86,7 +86,7 @@ TEST(ProfileStoreRead, FollowsTheRulesOfHandEditedFiles) {
       {"[a]\r\nk\r\nk=1\r\n", "a", "k", "none", "none"},  // a key with no = reads as absent, and hides the next
       {"[a]\r\nk=" + x31 + "y\r\n", "a", "k", "", x31},
       {"[a]\r\nk=" + Repeat("x", 30) + "é€\r\n", "a", "k", "", Repeat("x", 30) + "é"},
-      {"[Fruit]\r\nApple=1\r\n", "FRUIT", "apple", "none", "1"},
+      {"[Fruitz]\r\nApplez=1\r\n", "FRUITZ", "appleZ", "none", "1"},
       {"[Été]\r\nÄpfel=1\r\n", "ÉTÉ", "äPFEL", "none", "1"},
       {"[a]\r\nx=1\r\n[A]\r\nx=2\r\ny=3\r\n", "a", "x", "none", "1"},
       {"[a]\r\nx=1\r\n[A]\r\nx=2\r\ny=3\r\n", "a", "y", "none", "none"},
@@ -108,7 +108,7 @@ TEST(ProfileStoreRead, FollowsTheRulesOfHandEditedFiles) {
       {"[a]\r\nx=\"" + Repeat("y", 40) + "\"\r\n", "a", "x", "", Repeat("y", 31)},
       {std::nullopt, "a", "x", "\"a b\"  ", "a b"},
       {std::nullopt, "a", "x", "  x", "  x"},
-      {"[a]\r\nx=caf\xE9\r\n", "a", "x", "none", "café"},
+      {"[a]\r\nx=caf\xE9\r\ny=\xC3\xA9\r\n", "a", "y", "none", "Ã©"},
       {"[\xC9t\xE9]\r\nx=1\r\n", "été", "X", "none", "1"},
       {"[a]\r\nx=1\0 2\r\n"s, "a", "x", "", "1\0 2"s},
   };
@@ -141,18 +141,18 @@ TEST(ProfileStoreWrite, ChangesOnlyTheLineItWrites) {
     std::string after;  // the same as before: not written at all
   };
   const std::vector<Case> cases = {
-      {std::nullopt, {{"Settings", "Visible", "1"}, {"settings", "Time", "0"}}, "[Settings]\r\nVisible=1\r\nTime=0\r\n"},
+      {std::nullopt, {{"Setz", "Visible", "1"}, {"setZ", "Time", "0"}}, "[Setz]\r\nVisible=1\r\nTime=0\r\n"},
       {"[a]\r\nx=1\r\n\r\n[b]\r\ny=2\r\n", {{"a", "z", "3"}}, "[a]\r\nx=1\r\nz=3\r\n\r\n[b]\r\ny=2\r\n"},
       {"[a]\r\nx=1", {{"a", "y", "2"}, {"b", "k", "3"}, {"a", "z", "4"}}, "[a]\r\nx=1\r\ny=2\r\nz=4\r\n[b]\r\nk=3\r\n"},
       {"junk", {{"a", "x", "1"}}, "junk\r\n[a]\r\nx=1\r\n"},
       {"\xEF\xBB\xBF;c\n[a]\r  x = 1 \n#n\r\n\r\n y=2\r", {{"A", "X", "9"}}, "\xEF\xBB\xBF;c\n[a]\rx=9\n#n\r\n\r\n y=2\r"},
       {"\xEF\xBB\xBF[a]\r y=2\r\n\n[b]\r", {{"a", "z", "3"}}, "\xEF\xBB\xBF[a]\r y=2\r\nz=3\r\n\n[b]\r"},
-      {"[Fruit]\r\nApple=1\r\n", {{"FRUIT", "APPLE", "2"}, {"fruit", "pear", "3"}}, "[Fruit]\r\nApple=2\r\npear=3\r\n"},
+      {"[Fruitz]\r\nApplez=1\r\n", {{"FRUITZ", "APPLEZ", "2"}, {"fruitz", "pear", "3"}}, "[Fruitz]\r\nApplez=2\r\npear=3\r\n"},
       {"[a]\r\nx=1\r\ny=2\r\n", {{"a", "x", ""}, {"a", "x", "5"}, {"a", "y", ""}}, "[a]\r\nx=5\r\ny=\r\n"},
       {"[a]\r\nx=1\r\n[b]\r\n[A]\r\ny=2\r\n", {{"a", "y", "3"}}, "[a]\r\nx=1\r\ny=3\r\n[b]\r\n[A]\r\ny=2\r\n"},
       {"[a]\r\n x \r\n", {{"a", "x", "1"}}, "[a]\r\nx=1\r\n"},
       {std::nullopt, {{" a ", "\tx ", "1\r\n[evil]\r\nk=v"}, {"a]b", "y", "1\0junk"s}}, "[a]\r\nx=1\r\n[a]b]\r\ny=1\r\n"},
-      {"[a]\r\nx=é\r\n", {{"a", "y", "ü"}}, "[a]\r\nx=é\r\ny=ü\r\n"},
+      {"[a]\r\nx=é\r\n", {{"a", "y", "ü\xFC"}}, "[a]\r\nx=é\r\ny=üü\r\n"},
       {"[a]\r\nx=caf\xE9\r\n", {{"a", "y", "né"}}, "[a]\r\nx=caf\xE9\r\ny=n\xE9\r\n"},
       {"[a]\r\nx=caf\xE9\r\n", {{"a", "y", "€"}}, "[a]\r\nx=caf\xC3\xA9\r\ny=\xE2\x82\xAC\r\n"},
       {"[a]\r\nx=\xE9\r\n", {{"Été", "k", "€"}}, "[a]\r\nx=\xC3\xA9\r\n[\xC3\x89t\xC3\xA9]\r\nk=\xE2\x82\xAC\r\n"},
