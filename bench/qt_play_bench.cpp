@@ -205,7 +205,7 @@ void BM_DesignerNameKey(benchmark::State& state) {
   f.Timer2.SetEnabled(false);
   designer.Loaded = true;
   door.Dispatch(designer.LoadEvent);
-  FormWindow window(designer, door, &program->MainWindow(), Qt::Dialog);
+  FormWindow window(designer, door, program->MainWindow().Refills(), &program->MainWindow(), Qt::Dialog);
   window.show();
   if (!QTest::qWaitForWindowExposed(&window)) {
     state.SkipWithError("the designer did not show");

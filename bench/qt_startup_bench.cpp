@@ -103,7 +103,8 @@ void BM_PaintFullBoard(benchmark::State& state) {
   const int dpr = static_cast<int>(state.range(0));
   SurfaceForm form;
   EventDoor door;
-  FormWindow window(form, door, nullptr, {}, 1.0);
+  ListRefills refills;
+  FormWindow window(form, door, refills, nullptr, {}, 1.0);
   form.Picture1.SetPicture(FullBoard());
   for (int i = 0; i < 12; ++i) form.Picture1.Circle(200 + 500 * i, 200 + 500 * i, 200, 0xFF0000);
   QWidget* surface = window.WidgetFor(form.Picture1);

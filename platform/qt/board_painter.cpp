@@ -16,6 +16,8 @@
 #include <set>
 #include <tuple>
 
+#include "platform/qt/conversions.h"
+
 namespace pelmora {
 
 namespace {
@@ -24,11 +26,6 @@ constexpr int kLetterTwips = 165;           // 8.25 pt at 20 twips to the point
 constexpr double kPaperLineTwips = 15.0;    // about a quarter of a millimetre
 constexpr double kTextMarginTwips = 30.0;   // room beside text that isn't centred
 const QColor kLineColour(0xC0, 0xC0, 0xC0);
-
-QColor FromRgb(std::uint32_t rgb) {
-  return QColor(static_cast<int>((rgb >> 16) & 0xFF), static_cast<int>((rgb >> 8) & 0xFF),
-                static_cast<int>(rgb & 0xFF));
-}
 
 // The grid's CellAlignment as Qt alignment: 0 to 8 run left, centre, right
 // in steps of three, top, centre, bottom within each; anything else is the

@@ -11,6 +11,7 @@
 
 #include "platform/qt/board_painter.h"
 #include "platform/qt/form_window.h"
+#include "platform/qt/keyboard.h"
 #include "platform/qt/twips.h"
 
 namespace pelmora {

@@ -13,7 +13,7 @@
 #include <functional>
 #include <vector>
 
-#include "platform/qt/control_views.h"
+#include "platform/qt/control_view.h"
 
 namespace pelmora {
 

@@ -10,6 +10,7 @@
 
 #include "platform/grid.h"
 #include "platform/qt/board_painter.h"
+#include "platform/qt/conversions.h"
 #include "platform/qt/twips.h"
 
 namespace pelmora {
@@ -21,15 +22,6 @@ constexpr double kFrameTwips = 15.0;
 constexpr double kPaddingTwips = 45.0;
 constexpr double kPngDpi = 144.0;  // ten twips to the pixel
 const QColor kFrameColour(0x80, 0x80, 0x80);
-
-QString ToQString(const std::string& s) {
-  return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size()));
-}
-
-QColor FromRgb(std::uint32_t rgb) {
-  return QColor(static_cast<int>((rgb >> 16) & 0xFF), static_cast<int>((rgb >> 8) & 0xFF),
-                static_cast<int>(rgb & 0xFF));
-}
 
 // The platform's own face and size, as a pixel size in twips, so that text
 // has the same size on paper as on the screen whatever the device's DPI.

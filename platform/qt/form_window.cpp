@@ -15,7 +15,12 @@
 
 #include "platform/grid.h"
 #include "platform/qt/board_surface.h"
-#include "platform/qt/control_views.h"
+#include "platform/qt/button_view.h"
+#include "platform/qt/check_view.h"
+#include "platform/qt/label_view.h"
+#include "platform/qt/list_view.h"
+#include "platform/qt/text_view.h"
+#include "platform/qt/timer_view.h"
 #include "platform/qt/twips.h"
 
 namespace pelmora {
@@ -68,11 +73,12 @@ int CaptionRoom(QWidget& widget, int formWidth) {
 
 }  // namespace
 
-FormWindow::FormWindow(Form& form, EventDoor& door, QWidget* parent, Qt::WindowFlags flags, double scale,
-                       bool scriptedTimers)
+FormWindow::FormWindow(Form& form, EventDoor& door, ListRefills& refills, QWidget* parent, Qt::WindowFlags flags,
+                       double scale, bool scriptedTimers)
     : QWidget(parent, flags),
       form_(&form),
       door_(door),
+      refills_(refills),
       scriptedTimers_(scriptedTimers),
       scroll_(new QScrollArea(this)),
       canvas_(new QWidget) {

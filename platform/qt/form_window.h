@@ -24,20 +24,23 @@ class QScrollArea;
 namespace pelmora {
 
 class ControlView;
+class ListRefills;
 
 class FormWindow final : public QWidget {
   Q_OBJECT
  public:
-  // scale: the form's scale until the window is first resized; the window
-  // starts at the form's design size times it. scriptedTimers: the timers
-  // tick only when told (TimerView::Fire), for scripted runs whose clock
-  // moves only when the script says.
-  FormWindow(Form& form, EventDoor& door, QWidget* parent = nullptr,
+  // refills: the lists' refills, attached to door by the runtime that makes
+  // the window. scale: the form's scale until the window is first resized;
+  // the window starts at the form's design size times it. scriptedTimers:
+  // the timers tick only when told (TimerView::Fire), for scripted runs
+  // whose clock moves only when the script says.
+  FormWindow(Form& form, EventDoor& door, ListRefills& refills, QWidget* parent = nullptr,
              Qt::WindowFlags flags = Qt::WindowFlags(), double scale = 1.0, bool scriptedTimers = false);
   ~FormWindow() override;
 
   Form* form() const { return form_; }
   EventDoor& Door() const { return door_; }
+  ListRefills& Refills() const { return refills_; }
   bool ScriptedTimers() const { return scriptedTimers_; }
 
   // Pixels per logical pixel of the design (15 twips), now.
@@ -93,6 +96,7 @@ class FormWindow final : public QWidget {
 
   Form* form_;
   EventDoor& door_;
+  ListRefills& refills_;
   bool scriptedTimers_;
   bool escapeCloses_ = false;
   bool refusesMinimise_ = false;

@@ -16,7 +16,6 @@
 #include <QWindow>
 
 #include "platform/form.h"
-#include "platform/qt/control_views.h"
 #include "platform/qt/form_printer.h"
 #include "platform/qt/form_window.h"
 #include "platform/qt/twips.h"
@@ -81,7 +80,7 @@ class ProgramMessageBox final : public QMessageBox {
 
 QtRuntime::QtRuntime(EventDoor& door, Clocks& clocks, RandomSource& random)
     : door_(door), gameClock_(clocks), random_(random) {
-  door_.Attach(ListRefills::Instance());
+  door_.Attach(refills_);
 }
 
 QtRuntime::~QtRuntime() {
@@ -177,7 +176,7 @@ void QtRuntime::ShowModal(Form& form) {
   QWidget* parent = DialogParent();
   const auto* over = parent ? qobject_cast<FormWindow*>(parent->window()) : nullptr;
   const double scale = over ? over->Scale() : 1.0;
-  auto* window = new FormWindow(form, door_, parent,
+  auto* window = new FormWindow(form, door_, refills_, parent,
                                 Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                                     Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint,
                                 scale, scriptedTimers);
@@ -264,7 +263,7 @@ bool QtRuntime::PrintForm(Form& form) {
 std::unique_ptr<FormWindow> QtRuntime::ShowMainForm(Form& form) {
   form.Loaded = true;
   if (form.LoadEvent) door_.Dispatch(form.LoadEvent);
-  auto window = std::make_unique<FormWindow>(form, door_, nullptr, Qt::WindowFlags(), 1.0, scriptedTimers);
+  auto window = std::make_unique<FormWindow>(form, door_, refills_, nullptr, Qt::WindowFlags(), 1.0, scriptedTimers);
   mainWindow_ = window.get();
   window->ShowAsFormWants();
   if (form.ActivateEvent) door_.Dispatch(form.ActivateEvent);

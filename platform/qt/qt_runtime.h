@@ -17,6 +17,7 @@
 
 #include "platform/clock.h"
 #include "platform/event_door.h"
+#include "platform/qt/list_view.h"
 #include "platform/random.h"
 #include "platform/runtime.h"
 
@@ -76,6 +77,7 @@ class QtRuntime final : public Runtime {
   QWidget* DialogParent() const;
 
   EventDoor& door_;
+  ListRefills refills_;  // the lists of every window this runtime makes
   GameClock gameClock_;
   RandomSource& random_;
   int mousePointer_ = 0;

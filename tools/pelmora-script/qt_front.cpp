@@ -20,8 +20,8 @@
 
 #include "app/program.h"
 #include "platform/qt/board_surface.h"
-#include "platform/qt/control_views.h"
 #include "platform/qt/form_window.h"
+#include "platform/qt/timer_view.h"
 
 namespace pelmora {
 
