@@ -8,41 +8,25 @@
 #include <vector>
 
 #include "board/board.h"
+#include "board/deal.h"
 #include "board/filler.h"
-#include "board/word_placer.h"
 #include "platform/grid.h"
 #include "platform/random.h"
 
 namespace pelmora {
 namespace {
 
-class Board15 : public FlexGrid {
- public:
-  Board15() : FlexGrid("Grid1", {}, 0) {
-    SetRows(15);
-    SetCols(15);
-    for (int i = 0; i < 15; ++i) {
-      SetRowHeight(i, 500);
-      SetColWidth(i, 500);
-    }
-  }
+struct Board15 : FlexGrid {
+  Board15() : FlexGrid("Grid1", {}, 0) { SetUpBoard(*this); }
 };
-
-WordSlots Slots(const std::vector<std::string>& words) {
-  WordSlots slots{};
-  for (std::size_t i = 0; i < words.size(); ++i) slots[i + 1] = words[i];
-  return slots;
-}
 
 void Deal(benchmark::State& state, const std::vector<std::string>& words) {
   Board15 grid;
   ClockSeededRandom random;
-  const WordSlots slots = Slots(words);
   std::size_t leftOut = 0;
   for (auto _ : state) {
     grid.Clear();
-    leftOut += PlaceWordList(grid, random, slots, static_cast<int>(words.size())).size();
-    FillFreeCells(grid, random, 0);
+    leftOut += DealWords(grid, random, words, 0).leftOut.size();
     benchmark::DoNotOptimize(grid.CellAt(7, 7));
   }
   state.counters["left_out_per_deal"] =

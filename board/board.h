@@ -8,8 +8,20 @@
 
 namespace pelmora {
 
+inline constexpr int kBoardSize = 15;      // rows and columns
 inline constexpr int kCellPitch = 500;     // twips, on the grid and the surface
 inline constexpr int kCentred = 4;         // CellAlignment: centred both ways
+
+// A ring round a letter on the surface touches its cell's left and top
+// edges and reaches to 400 twips from them, so the rings of two cells never
+// touch: its centre is 200 in from those edges, not the cell's middle.
+inline constexpr int kRingRadius = 200;
+// The ring's centre along one axis, for the cell's row or column.
+constexpr int RingCentre(int cell) { return kRingRadius + kCellPitch * cell; }
+
+// Grid1 as start-up sets it up: 15 by 15 cells of 500 twips at (200, 200),
+// the control's outer size 505 twips a cell.
+void SetUpBoard(FlexGrid& grid);
 
 // Publishes the board: Grid1 hidden, Picture1 moved to Grid1's Top and Left,
 // given Grid1's picture, brought to the front and refreshed. The picture

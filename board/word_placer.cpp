@@ -182,18 +182,18 @@ CellAddress LetterCell(const WordPlacement& placement, int k) {
   return {placement.row + h.rowStep * n, placement.col + h.colStep * n};
 }
 
-std::vector<int> PlaceWordList(FlexGrid& grid, RandomSource& random, const WordSlots& slots,
-                               int wordCount, std::vector<WordPlacement>* placed) {
+std::vector<int> PlaceWordList(FlexGrid& grid, RandomSource& random, const std::vector<std::string>& words,
+                               std::vector<WordPlacement>* placed) {
+  // The empty word always fits and is no word of the game.
+  PlaceWord(grid, random, Letters{});
   std::vector<int> leftOut;
-  for (int slot = 0; slot <= wordCount && slot < static_cast<int>(slots.size()); ++slot) {
-    const Letters letters = SplitLetters(slots[static_cast<std::size_t>(slot)]);
+  for (int word = 0; word < static_cast<int>(words.size()); ++word) {
+    const Letters letters = SplitLetters(words[static_cast<std::size_t>(word)]);
     const int length = static_cast<int>(letters.size());
     const std::optional<Placement> where =
         length <= kLongestWord ? PlaceWord(grid, random, letters) : std::nullopt;
-    // Slot 0 is the empty word: it always fits and is no word of the game.
-    if (slot == 0) continue;
-    if (!where) leftOut.push_back(slot);
-    else if (placed) placed->push_back({slot, where->direction, where->row, where->col, length});
+    if (!where) leftOut.push_back(word);
+    else if (placed) placed->push_back({word, where->direction, where->row, where->col, length});
   }
   return leftOut;
 }

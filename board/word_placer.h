@@ -22,7 +22,6 @@
 
 #include "platform/grid.h"
 #include "platform/random.h"
-#include "profile/game_library.h"
 
 namespace pelmora {
 
@@ -41,7 +40,7 @@ Letters SplitLetters(std::string_view word);
 // that wrote it. The board itself keeps only letters; this is for whoever
 // needs the words' places afterwards (an answer key).
 struct WordPlacement {
-  int slot = 0;
+  int word = 0;  // its place in the list dealt, from 0
   int direction = 0;
   int row = 0, col = 0;  // the drawn cell: the walk's origin, not a letter
   int length = 0;        // the letters written
@@ -54,13 +53,14 @@ struct CellAddress {
 // The cell that letter k (1 to length) of a placed word went to.
 CellAddress LetterCell(const WordPlacement& placement, int k);
 
-// Places the words of slots 0 to wordCount (slot 0 is the empty word, which
-// draws like any word and writes nothing) on the grid through its cursor.
-// Returns the slots of the words that were left out, in slot order. When
-// placed is given, it gets where each word of slots 1 to wordCount went, in
-// slot order; the draws and the board are the same either way.
-std::vector<int> PlaceWordList(FlexGrid& grid, RandomSource& random, const WordSlots& slots,
-                               int wordCount, std::vector<WordPlacement>* placed = nullptr);
+// Places the words in their order on the grid through its cursor, after the
+// empty word, which draws like any word and writes nothing: every deal's
+// draws begin with its turn. Returns the places in the list (from 0) of the
+// words that were left out, in order. When placed is given, it gets where
+// each placed word went, in list order; the draws and the board are the same
+// either way.
+std::vector<int> PlaceWordList(FlexGrid& grid, RandomSource& random, const std::vector<std::string>& words,
+                               std::vector<WordPlacement>* placed = nullptr);
 
 // One try: whether the word passes the direction's bound tests and the test
 // walk from the drawn cell (row, col). It reads the cells by address, which

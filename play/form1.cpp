@@ -3,8 +3,8 @@
 #include <cmath>
 
 #include "board/board.h"
+#include "board/deal.h"
 #include "board/filler.h"
-#include "board/word_placer.h"
 #include "platform/runtime_helpers.h"
 #include "platform/text.h"
 #include "profile/game_library.h"
@@ -16,8 +16,6 @@ namespace {
 constexpr std::uint32_t kGreen = 0x00FF00;
 constexpr std::uint32_t kBlack = 0x000000;
 constexpr int kTimerInterval = 100;
-constexpr int kBoardSize = 15;
-constexpr int kGridOuterPerCell = 505;  // the control's outer size per cell
 
 // The section is written "Settings" by the check boxes and read "settings"
 // by everyone; names match without regard to case, so it is one section.
@@ -99,18 +97,8 @@ void Form1_Form_Load(Form1& f) {
   f.Sel.ClickCount = 0;
   f.Play.ColourIndex = 0;
   f.Sel.Letters.clear();
-  f.Grid1.SetRows(kBoardSize);
-  f.Grid1.SetCols(kBoardSize);
+  SetUpBoard(f.Grid1);
   f.State = WindowState::Maximized;
-  f.Grid1.SetTop(200);
-  f.Grid1.SetLeft(200);
-  // Rows bounds both passes, which serves because the board is square.
-  for (int i = 0; i < f.Grid1.Rows(); ++i) {
-    f.Grid1.SetRowHeight(i, kCellPitch);
-    f.Grid1.SetColWidth(i, kCellPitch);
-  }
-  f.Grid1.SetWidth(f.Grid1.Cols() * kGridOuterPerCell);
-  f.Grid1.SetHeight(f.Grid1.Rows() * kGridOuterPerCell);
   PublishBoard(f.Grid1, f.Picture1);
   ListGames(f.store, f.List2, /*gamesStops=*/false);
   const bool show = f.Check2.Value() != 0;
@@ -132,34 +120,6 @@ void Form1_Check2_Click(Form1& f) {
 
 void Form1_List2_Click(Form1& f) { Form1_Command1_Click(f); }
 
-namespace {
-
-// A word that no place on the board can hold leaves the game: out of the
-// word list and out of the count, so the game can still be won.
-void DropLeftOutWords(Form1& f, const WordSlots& slots, const std::vector<int>& leftOut) {
-  for (int slot : leftOut) {
-    const std::string& word = slots[static_cast<std::size_t>(slot)];
-    for (int i = 0; i < f.List1.ListCount(); ++i) {
-      if (f.List1.List(i) == word) {
-        f.List1.RemoveItem(i);
-        break;
-      }
-    }
-    --f.Play.WordCount;
-  }
-}
-
-}  // namespace
-
-std::string LeftOutMessage(const WordSlots& slots, const std::vector<int>& leftOut) {
-  std::string message = "These words could not be hidden and were left out of the game: ";
-  for (std::size_t i = 0; i < leftOut.size(); ++i) {
-    if (i > 0) message += ", ";
-    message += slots[static_cast<std::size_t>(leftOut[i])];
-  }
-  return message;
-}
-
 void Form1_Command1_Click(Form1& f) {
   // The shimmer stops first, before the question, and stays off on a No.
   f.Timer2.SetEnabled(false);
@@ -172,15 +132,16 @@ void Form1_Command1_Click(Form1& f) {
   f.Sel.Letters.clear();
   f.Sel.ClickCount = 0;
   f.Grid1.Clear();
-  WordSlots slots{};
-  f.Play.WordCount = static_cast<std::int16_t>(ReadGameWords(f.store, f.List2.Text(), slots));
+  const std::vector<std::string> words = ReadGameWords(f.store, f.List2.Text());
+  f.Play.WordCount = static_cast<std::int16_t>(words.size());
   f.List1.Clear();
-  for (int i = 1; i <= f.Play.WordCount; ++i) f.List1.AddItem(slots[static_cast<std::size_t>(i)]);
-  const std::vector<int> leftOut = PlaceWordList(f.Grid1, f.runtime.Random(), slots, f.Play.WordCount);
-  DropLeftOutWords(f, slots, leftOut);
-  FillFreeCells(f.Grid1, f.runtime.Random(), f.Play.PracticeFlag);
+  for (const std::string& word : words) f.List1.AddItem(word);
+  const DealReport deal = DealWords(f.Grid1, f.runtime.Random(), words, f.Play.PracticeFlag);
+  // A word left out leaves the count as well as the list, so the game can still be won.
+  DropLeftOutWords(f.List1, deal.leftOut);
+  f.Play.WordCount -= static_cast<std::int16_t>(deal.leftOut.size());
   ShowBoard(f.Grid1, f.Picture1);
-  if (!leftOut.empty()) f.runtime.MsgBox(LeftOutMessage(slots, leftOut), vbInformation);
+  if (!deal.leftOut.empty()) f.runtime.MsgBox(LeftOutMessage(deal.leftOut), vbInformation);
   f.Timer1.SetEnabled(true);
   f.runtime.SetGameInPlay(true);
   // The clock starts when the board is on screen, not when the deal began.
@@ -198,8 +159,6 @@ namespace {
 
 constexpr double kDeadBand = 100;      // the first 100 twips of the top row and left column
 constexpr double kBoardEdge = 7500;    // 15 cells of 500: nothing lies beyond
-constexpr int kCircleInset = 200;      // a circle's centre, in from the cell's edges
-constexpr int kCircleRadius = 200;
 constexpr int kEraser = 15;            // bright white wipes a mismatch's circles
 constexpr int kColourCount = 15;       // a word's colours run 0 to 14
 
@@ -218,9 +177,9 @@ void Form1_Picture1_MouseDown(Form1& f, int /*button*/, int /*shift*/, float x, 
   if (f.List1.ListCount() == 0) return;
   if (x < kDeadBand || y < kDeadBand) return;
   if (x >= kBoardEdge || y >= kBoardEdge) return;
-  const int cx = kCircleInset + kCellPitch * static_cast<int>(std::floor(x / kCellPitch));
-  const int cy = kCircleInset + kCellPitch * static_cast<int>(std::floor(y / kCellPitch));
-  f.Picture1.Circle(cx, cy, kCircleRadius, QBColor(f.Play.ColourIndex));
+  const int cx = RingCentre(static_cast<int>(std::floor(x / kCellPitch)));
+  const int cy = RingCentre(static_cast<int>(std::floor(y / kCellPitch)));
+  f.Picture1.Circle(cx, cy, kRingRadius, QBColor(f.Play.ColourIndex));
 
   Selection& s = f.Sel;
   if (s.ClickCount >= 0 && s.ClickCount < static_cast<int>(s.CentreX.size())) {
@@ -238,7 +197,7 @@ void Form1_Picture1_MouseDown(Form1& f, int /*button*/, int /*shift*/, float x, 
     for (int i = static_cast<int>(Len(s.Letters)) - 1; i >= 0; --i) {
       if (i >= static_cast<int>(s.CentreX.size())) continue;
       f.Picture1.Circle(s.CentreX[static_cast<std::size_t>(i)], s.CentreY[static_cast<std::size_t>(i)],
-                        kCircleRadius, QBColor(kEraser));
+                        kRingRadius, QBColor(kEraser));
     }
     s.ClickCount = 0;
     s.Letters.clear();

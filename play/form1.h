@@ -16,7 +16,6 @@
 #include "platform/grid.h"
 #include "platform/runtime.h"
 #include "play/printed_sheet.h"
-#include "profile/game_library.h"
 #include "profile/profile_store.h"
 
 namespace pelmora {
@@ -92,10 +91,6 @@ void Form1_Check2_Click(Form1& f);
 void Form1_List2_Click(Form1& f);
 void Form1_Command1_Click(Form1& f);
 inline void StartNewGame(Form1& f) { Form1_Command1_Click(f); }
-
-// The news after a deal that had to leave words out: the words of those
-// slots, named in slot order.
-std::string LeftOutMessage(const WordSlots& slots, const std::vector<int>& leftOut);
 
 // The idle shuffle: while no game is dealt, a new field of random letters
 // every 100 ms.

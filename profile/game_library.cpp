@@ -19,15 +19,14 @@ void ListGames(ProfileStore& store, ListBox& list, bool gamesStops) {
   }
 }
 
-int ReadGameWords(ProfileStore& store, std::string_view section, WordSlots& slots) {
-  int count = 0;
+std::vector<std::string> ReadGameWords(ProfileStore& store, std::string_view section) {
+  std::vector<std::string> words;
   for (int i = 1; i <= kWordsPerGame; ++i) {
     ProfileValue v = store.ReadProfileValue(section, Format(i), kEndMarker);
     if (v.length == 0 || v.text == kEndMarker) break;
-    slots[static_cast<std::size_t>(i)] = std::move(v.text);
-    count = i;
+    words.push_back(std::move(v.text));
   }
-  return count;
+  return words;
 }
 
 void LoadWordBoxes(ProfileStore& store, std::string_view section, const WordBoxes& boxes) {

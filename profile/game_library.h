@@ -10,6 +10,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/controls.h"
 #include "profile/profile_store.h"
@@ -22,9 +23,6 @@ inline constexpr std::string_view kIndexSection = "games";
 inline constexpr std::string_view kEndMarker = "none";
 inline constexpr std::string_view kGamesMarker = "games";
 
-// The words of the game being dealt: slots 1 to 16; slot 0 stays empty.
-using WordSlots = std::array<std::string, kWordsPerGame + 1>;
-
 // The 16 word boxes of the designer, Text(1) to Text(16); element 0 unused.
 using WordBoxes = std::array<TextBox*, kWordsPerGame + 1>;
 
@@ -33,9 +31,9 @@ using WordBoxes = std::array<TextBox*, kWordsPerGame + 1>;
 // when gamesStops.
 void ListGames(ProfileStore& store, ListBox& list, bool gamesStops);
 
-// The words of a game for play, from key 1 upward into slots 1 to 16; the
-// first blank, "none" or absent key ends the walk. Returns the word count.
-int ReadGameWords(ProfileStore& store, std::string_view section, WordSlots& slots);
+// The words of a game for play, from key 1 upward; the first blank, "none" or
+// absent key ends the walk.
+std::vector<std::string> ReadGameWords(ProfileStore& store, std::string_view section);
 
 // Puts a game's words into the designer's boxes: box i gets key i, an empty
 // value included; "none" (absent) or "games" ends the walk, and the boxes

@@ -44,19 +44,18 @@ struct Board : FlexGrid {
   }
 };
 
-// Slot 0's empty word: direction 1 from (0, 5) passes at once.
-std::deque<double> Slot0() { return {Draw(1, 8), Draw(0, 15), Draw(5, 15)}; }
+// The empty word's turn, which opens every deal: direction 1 from (0, 5)
+// passes at once.
+std::deque<double> EmptyWord() { return {Draw(1, 8), Draw(0, 15), Draw(5, 15)}; }
 
 TEST(WordPlacer, WorkedExamples) {
   Board grid;
   // CAT, direction 4, drawn (2, 5): lead cell (3, 6) free; a re-seed before
   // each direction and each cell.
-  std::deque<double> draws = Slot0();
+  std::deque<double> draws = EmptyWord();
   draws.insert(draws.end(), {Draw(4, 8), Draw(2, 15), Draw(5, 15)});
   ScriptedRandom random(draws);
-  WordSlots slots{};
-  slots[1] = "CAT";
-  EXPECT_TRUE(PlaceWordList(grid, random, slots, 1).empty());
+  EXPECT_TRUE(PlaceWordList(grid, random, {"CAT"}).empty());
   EXPECT_EQ(random.reseeds, 4);
   EXPECT_EQ(grid.Row(3), "...............");
   EXPECT_EQ(grid.Row(4), ".......C.......");
@@ -76,15 +75,12 @@ TEST(WordPlacer, FarEdgeAndTheTryBudget) {
   // the direction. A 13-letter word rightward never fits: after 500 cells a
   // new direction is drawn, and leftward from column 14 it fits.
   Board grid;
-  std::deque<double> draws = Slot0();
+  std::deque<double> draws = EmptyWord();
   draws.insert(draws.end(), {Draw(0, 8), Draw(7, 15), Draw(10, 15), Draw(7, 15), Draw(9, 15), Draw(0, 8)});
   for (int i = 0; i < kTryLimit; ++i) draws.insert(draws.end(), {Draw(i % 15, 15), Draw(i * 7 % 15, 15)});
   draws.insert(draws.end(), {Draw(1, 8), Draw(3, 15), Draw(14, 15)});
   ScriptedRandom random(draws);
-  WordSlots slots{};
-  slots[1] = "CAT";
-  slots[2] = "ABCDEFGHIJKLM";
-  EXPECT_TRUE(PlaceWordList(grid, random, slots, 2).empty());
+  EXPECT_TRUE(PlaceWordList(grid, random, {"CAT", "ABCDEFGHIJKLM"}).empty());
   EXPECT_TRUE(random.draws.empty());
   EXPECT_EQ(grid.Row(7), "...........CAT.");
   EXPECT_EQ(grid.Row(3), ".MLKJIHGFEDCBA.");
@@ -116,14 +112,13 @@ TEST(WordPlacer, RandomDeals) {
                          "KIWI",  "MANGO", "PAPAYA", "GUAVA", "FIG", "DATE", "OLIVE", "PEACH"};
   std::array<int, 8> directions{};
   for (std::uint64_t seed = 1; seed <= 400; ++seed) {
-    WordSlots slots{};
-    for (int i = 1; i <= 16; ++i)
-      slots[static_cast<std::size_t>(i)] = seed % 4 ? fruit[i - 1] : std::string(13, static_cast<char>('A' + i));
+    std::vector<std::string> words;
+    for (int i = 0; i < 16; ++i) words.push_back(seed % 4 ? fruit[i] : std::string(13, static_cast<char>('B' + i)));
     SeededRandom plainRandom(seed), random(seed);
     Board plain, grid;
     std::vector<WordPlacement> placed;
-    const std::vector<int> out = PlaceWordList(plain, plainRandom, slots, 16);
-    ASSERT_EQ(PlaceWordList(grid, random, slots, 16, &placed), out);
+    const std::vector<int> out = PlaceWordList(plain, plainRandom, words);
+    ASSERT_EQ(PlaceWordList(grid, random, words, &placed), out);
     ASSERT_EQ(random.Rnd(), plainRandom.Rnd()) << "the report changed a draw";
     ASSERT_EQ(placed.size() + out.size(), 16u);
     if (seed % 4) {
@@ -134,7 +129,7 @@ TEST(WordPlacer, RandomDeals) {
     for (const WordPlacement& p : placed) {
       std::string spelled;
       for (int k = 1; k <= p.length; ++k) spelled += grid.CellAt(LetterCell(p, k).row, LetterCell(p, k).col).text;
-      ASSERT_EQ(spelled, slots[static_cast<std::size_t>(p.slot)]) << "seed " << seed;
+      ASSERT_EQ(spelled, words[static_cast<std::size_t>(p.word)]) << "seed " << seed;
       if (p.length == 13) {
         ASSERT_TRUE((p.direction == kLeft && p.col == 14) || (p.direction == kUp && p.row == 14));
       }
@@ -148,17 +143,12 @@ TEST(WordPlacer, RandomDeals) {
 TEST(WordPlacer, WordsWithNoPlaceAreLeftOut) {
   SeededRandom random(5);
   Board grid;
-  WordSlots slots{};
-  slots[1] = "ABCDEFGHIJKLMN";  // no direction holds 14 letters
-  slots[2] = "SHORT";
-  slots[3] = std::string(31, 'Q');
-  EXPECT_EQ(PlaceWordList(grid, random, slots, 3), (std::vector<int>{1, 3}));
+  // No direction holds 14 letters, nor 31.
+  EXPECT_EQ(PlaceWordList(grid, random, {"ABCDEFGHIJKLMN", "SHORT", std::string(31, 'Q')}), (std::vector<int>{0, 2}));
   // On a full board only the words that agree with it everywhere go in.
   for (int r = 0; r < 15; ++r)
     for (int c = 0; c < 15; ++c) grid.SetRow(r), grid.SetCol(c), grid.SetText("X");
-  slots[1] = "ABC";
-  slots[2] = "XXX";
-  EXPECT_EQ(PlaceWordList(grid, random, slots, 2), (std::vector<int>{1}));
+  EXPECT_EQ(PlaceWordList(grid, random, {"ABC", "XXX"}), (std::vector<int>{0}));
 }
 
 TEST(Filler, LettersSharesAndAttributes) {

@@ -21,11 +21,12 @@
 #include <vector>
 
 #include "app/program.h"
+#include "board/board.h"
+#include "board/deal.h"
 #include "platform/event_door.h"
 #include "platform/file_system.h"
 #include "platform/random.h"
 #include "platform/text.h"
-#include "play/form1.h"
 #include "play/printed_sheet.h"
 #include "profile/game_library.h"
 #include "profile/profile_store.h"
@@ -217,12 +218,6 @@ class Progress {
   int tenths_ = 0;
 };
 
-// The words to deal, from a stored game or from the word file.
-struct Deal {
-  WordSlots words{};
-  int count = 0;
-};
-
 std::string ProfilePath(const Options& o) { return o.ini.empty() ? PlayerProfilePath() : o.ini; }
 
 int StoreGame(const Options& o, const std::vector<std::string>& words) {
@@ -236,20 +231,20 @@ int StoreGame(const Options& o, const std::vector<std::string>& words) {
 }
 
 // The words of the stored game, read as a deal in the window reads them.
-std::string ReadStoredGame(const Options& o, Deal& deal) {
+std::string ReadStoredGame(const Options& o, std::vector<std::string>& words) {
   PosixFileSystem fileSystem;
   ProfileStore store(ProfilePath(o), fileSystem);
   ListBox games("List2", TwipRect{}, 0, /*sorted=*/false);
   ListGames(store, games, /*gamesStops=*/false);
   for (const std::string& game : games.Items()) {
     if (UCase(game) != UCase(*o.game)) continue;
-    deal.count = ReadGameWords(store, game, deal.words);
+    words = ReadGameWords(store, game);
     return {};
   }
   return store.Path() + " has no game called " + *o.game;
 }
 
-int MakeSheets(const Options& o, const Deal& deal) {
+int MakeSheets(const Options& o, const std::vector<std::string>& words) {
   const QString path = QString::fromLocal8Bit(o.output->c_str());
   QSaveFile file(path);
   if (!file.open(QIODevice::WriteOnly)) {
@@ -268,9 +263,9 @@ int MakeSheets(const Options& o, const Deal& deal) {
   std::set<std::string> told;  // each set of left-out words is named once
   const std::string of = " of " + std::to_string(o.copies);
   for (int n = 1; n <= o.copies; ++n) {
-    const Puzzle puzzle = DealPuzzle(grid, *random, deal.words, deal.count);
-    if (!puzzle.leftOut.empty()) {
-      const std::string news = LeftOutMessage(deal.words, puzzle.leftOut);
+    const Puzzle puzzle = DealPuzzle(grid, *random, words);
+    if (!puzzle.deal.leftOut.empty()) {
+      const std::string news = LeftOutMessage(puzzle.deal.leftOut);
       if (told.insert(news).second) progress.Tell(news);
     }
     FillSheet(sheet, puzzle);
@@ -307,14 +302,11 @@ int main(int argc, char** argv) {
   }
   if (!problem.empty()) return Refuse(problem + " (see pelmora-sheets --help)");
 
-  Deal deal;
   std::vector<std::string> words;
   if (o.words) {
     WordList list = ReadWordFile(*o.words);
     if (!list.error.empty()) return Refuse(list.error);
     words = std::move(list.words);
-    for (std::size_t i = 0; i < words.size(); ++i) deal.words[i + 1] = words[i];
-    deal.count = static_cast<int>(words.size());
   }
 
   // Qt's own arguments are not the tool's: the application sees none.
@@ -329,8 +321,8 @@ int main(int argc, char** argv) {
   if (std::getenv("QT_QPA_PLATFORM") == nullptr) setenv("QT_QPA_PLATFORM", "offscreen", 1);
   QGuiApplication app(qtArgc, qtArgv);
   if (o.game) {
-    const std::string missing = ReadStoredGame(o, deal);
+    const std::string missing = ReadStoredGame(o, words);
     if (!missing.empty()) return Refuse(missing);
   }
-  return MakeSheets(o, deal);
+  return MakeSheets(o, words);
 }

@@ -7,15 +7,12 @@
 #include <utility>
 
 #include "board/board.h"
-#include "board/filler.h"
+#include "profile/game_library.h"
 
 namespace pelmora {
 
 namespace {
 
-constexpr int kBoardSize = 15;
-constexpr int kRingInset = 200;   // a ring's centre, in from its cell's top and left edges
-constexpr int kRingRadius = 200;
 constexpr int kRingStep = 50;     // a ring inside another on a shared letter: just clear of it
 constexpr int kRingWidth = 3;     // the play surface's DrawWidth
 
@@ -28,31 +25,15 @@ constexpr std::array<std::uint32_t, kWordsPerGame> kAnswerColours = {
 
 }  // namespace
 
-void SetUpBoard(FlexGrid& grid) {
-  grid.SetRows(kBoardSize);
-  grid.SetCols(kBoardSize);
-  for (int i = 0; i < kBoardSize; ++i) {
-    grid.SetRowHeight(i, kCellPitch);
-    grid.SetColWidth(i, kCellPitch);
-  }
-}
-
-Puzzle DealPuzzle(FlexGrid& grid, RandomSource& random, const WordSlots& slots, int wordCount) {
+Puzzle DealPuzzle(FlexGrid& grid, RandomSource& random, const std::vector<std::string>& words) {
   Puzzle puzzle;
   grid.Clear();
   // The window's word list: sorted, so the words read in alphabetical order
   // whatever the order of the store and of the placement.
   ListBox list("List1", TwipRect{}, 0, /*sorted=*/true);
-  for (int i = 1; i <= wordCount; ++i) list.AddItem(slots[static_cast<std::size_t>(i)]);
-  puzzle.leftOut = PlaceWordList(grid, random, slots, wordCount, &puzzle.placed);
-  for (int slot : puzzle.leftOut) {
-    for (int i = 0; i < list.ListCount(); ++i) {
-      if (list.List(i) != slots[static_cast<std::size_t>(slot)]) continue;
-      list.RemoveItem(i);
-      break;
-    }
-  }
-  FillFreeCells(grid, random, /*practiceFlag=*/0);
+  for (const std::string& word : words) list.AddItem(word);
+  puzzle.deal = DealWords(grid, random, words, /*practiceFlag=*/0);
+  DropLeftOutWords(list, puzzle.deal.leftOut);
   puzzle.board = grid.Picture();
   puzzle.wordList = list.Items();
   return puzzle;
@@ -67,14 +48,14 @@ void FillSheet(Form3& sheet, const Puzzle& puzzle) {
 std::vector<CircleMark> AnswerRings(const Puzzle& puzzle) {
   std::vector<CircleMark> rings;
   std::map<std::pair<int, int>, int> ringsOnCell;
-  for (const WordPlacement& word : puzzle.placed) {
-    const std::uint32_t colour = kAnswerColours[static_cast<std::size_t>(word.slot - 1) % kAnswerColours.size()];
+  for (const WordPlacement& word : puzzle.deal.placed) {
+    const std::uint32_t colour = kAnswerColours[static_cast<std::size_t>(word.word) % kAnswerColours.size()];
     for (int k = 1; k <= word.length; ++k) {
       const CellAddress cell = LetterCell(word, k);
       const int inner = ringsOnCell[{cell.row, cell.col}]++;
       const double radius = std::max(kRingRadius - inner * kRingStep, kRingStep);
-      rings.push_back({static_cast<double>(kRingInset + kCellPitch * cell.col),
-                       static_cast<double>(kRingInset + kCellPitch * cell.row), radius, colour, kRingWidth});
+      rings.push_back({static_cast<double>(RingCentre(cell.col)), static_cast<double>(RingCentre(cell.row)), radius,
+                       colour, kRingWidth});
     }
   }
   return rings;

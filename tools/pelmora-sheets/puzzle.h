@@ -5,29 +5,23 @@
 #include <string>
 #include <vector>
 
-#include "board/word_placer.h"
+#include "board/deal.h"
 #include "platform/controls.h"
 #include "platform/grid.h"
 #include "platform/random.h"
 #include "play/printed_sheet.h"
-#include "profile/game_library.h"
 
 namespace pelmora {
-
-// Grid1 as the window's Load sets it up: 15 by 15 cells of 500 twips.
-void SetUpBoard(FlexGrid& grid);
 
 struct Puzzle {
   PictureHandle board;                 // the board as the window shows it after the deal
   std::vector<std::string> wordList;   // the words to find, in the window's list order
-  std::vector<WordPlacement> placed;   // where each hidden word went, in slot order
-  std::vector<int> leftOut;            // the slots of the words that could not be hidden
+  DealReport deal;                     // where each hidden word went, and the words left out
 };
 
-// A new deal on grid: cleared, the words of slots 1 to wordCount placed,
-// those that could not be hidden dropped from the list, the free cells
-// filled with random letters.
-Puzzle DealPuzzle(FlexGrid& grid, RandomSource& random, const WordSlots& slots, int wordCount);
+// A new deal of the words on grid (set up by SetUpBoard), as the window deals
+// them with practice off, and the word list as the window then shows it.
+Puzzle DealPuzzle(FlexGrid& grid, RandomSource& random, const std::vector<std::string>& words);
 
 // The sheet as Print fills it: the board picture and the words to find.
 void FillSheet(Form3& sheet, const Puzzle& puzzle);
