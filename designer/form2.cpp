@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "platform/runtime_helpers.h"
 #include "platform/text.h"
 
 namespace pelmora {
@@ -12,10 +11,6 @@ namespace {
 constexpr int kWordMaxLength = 15;
 constexpr int kNameMaxLength = 30;
 constexpr TwipRect kFirstBox = {3120, 360, 2535, 285};
-
-// The sections the file keeps for itself, as a name upper-cased would meet them.
-constexpr std::string_view kIndexUpper = "GAMES";
-constexpr std::string_view kSettingsUpper = "SETTINGS";
 
 const char* const kGiveAName = "Please give your game a name";
 const char* const kChooseAnotherName = "Please choose another name for your game";
@@ -38,23 +33,6 @@ std::string RemoveBlanks(std::string_view word) {
 }
 
 }  // namespace
-
-bool NameFileCannotHold(std::string_view name) {
-  if (name.empty()) return false;
-  const std::string upper = UCase(name);
-  if (upper == kIndexUpper || upper == kSettingsUpper) return true;
-  if (name.front() == ' ' || name.back() == ' ') return true;
-  return name.size() >= 2 && name.front() == name.back() && (name.front() == '"' || name.front() == '\'');
-}
-
-std::string NormaliseWord(std::string_view word) {
-  std::string out;
-  for (const std::string& ch : Chars(word)) {
-    const std::string upper = UCase(ch);
-    if (upper.size() == 1 && upper[0] >= 'A' && upper[0] <= 'Z') out += ch;
-  }
-  return out;
-}
 
 Form2::Form2(Runtime& rt, ProfileStore& profile)
     : Form("Form2", "Create Pelmora", 6915, 5655),
@@ -104,12 +82,6 @@ TextBox* Form2::Text(int i) const {
   return text_[static_cast<std::size_t>(i)].get();
 }
 
-WordBoxes Form2::Boxes() const {
-  WordBoxes boxes{};
-  for (int i = 1; i <= kWordsPerGame; ++i) boxes[static_cast<std::size_t>(i)] = Text(i);
-  return boxes;
-}
-
 // Each load makes the form anew from its design: empty boxes and list, and
 // the control array back to its one element.
 void Form2::ResetToDesign() {
@@ -144,6 +116,31 @@ void EmptyBoxes(Form2& f) {
   }
 }
 
+void ShowGames(Form2& f) {
+  for (const std::string& game : ListGames(f.store, /*gamesStops=*/true)) f.List1.AddItem(game);
+}
+
+// A game's words into the boxes, as far as the game's keys go; the boxes
+// behind keep their text.
+void LoadBoxes(Form2& f, std::string_view section) {
+  const std::vector<std::string> words = LoadWordBoxes(f.store, section);
+  for (std::size_t i = 0; i < words.size(); ++i) f.Text(static_cast<int>(i) + 1)->SetText(words[i]);
+}
+
+// Writes the game in the boxes. For a name that isn't blank each box is
+// first brought into its stored form, which it keeps.
+void WriteBoxes(Form2& f, int slot, const std::string& name, std::string (*storedForm)(std::string_view)) {
+  GameWords words;
+  if (!name.empty()) {
+    for (int i = 1; i <= kWordsPerGame; ++i) {
+      TextBox& box = *f.Text(i);
+      box.SetText(storedForm(box.Text()));
+      words[static_cast<std::size_t>(i - 1)] = box.Text();
+    }
+  }
+  WriteGameEntry(f.store, slot, name, words);
+}
+
 }  // namespace
 
 void Form2_Form_Load(Form2& f) {
@@ -155,7 +152,7 @@ void Form2_Form_Load(Form2& f) {
   f.Design.BoxesStandForNoGame = false;
   TextBox& first = *f.Text(1);
   int running = first.Top();
-  ListGames(f.store, f.List1, /*gamesStops=*/true);
+  ShowGames(f);
   for (int i = 2; i <= kWordsPerGame; ++i) {
     auto box = std::make_unique<TextBox>("Text(" + std::to_string(i) + ")",
                                          TwipRect{first.Left(), first.Top(), first.Width(), first.Height()},
@@ -173,7 +170,7 @@ void Form2_Form_Load(Form2& f) {
     b.SetMaxLength(kWordMaxLength);
     InsertAtTabIndex(f, b, i + 1);
   }
-  LoadWordBoxes(f.store, f.List1.List(0), f.Boxes());
+  LoadBoxes(f, f.List1.List(0));
   f.Text1.SetText(f.List1.List(0));
 }
 
@@ -222,16 +219,15 @@ struct SaveTarget {
 
 SaveTarget TargetOf(Form2& f, const std::string& name) {
   const DesignerState& d = f.Design;
-  ListBox stored("", {}, 0, /*sorted=*/false);
-  ListGames(f.store, stored, /*gamesStops=*/true);
-  const int listed = stored.ListCount();
+  const std::vector<std::string> stored = ListGames(f.store, /*gamesStops=*/true);
+  const int listed = static_cast<int>(stored.size());
   const bool storedGame = d.EditedSlot >= 0 && d.EditedSlot < f.List1.ListCount() && !d.BoxesStandForNoGame;
   if (!storedGame) return {true, name.empty() ? d.EditedSlot : listed, listed};
   const std::string shown = f.List1.List(d.EditedSlot);
   int earlier = 0;
   for (int i = 0; i < d.EditedSlot; ++i) earlier += f.List1.List(i) == shown ? 1 : 0;
   for (int i = 0; i < listed; ++i) {
-    if (stored.List(i) == shown && earlier-- == 0) return {true, i, listed};
+    if (stored[static_cast<std::size_t>(i)] == shown && earlier-- == 0) return {true, i, listed};
   }
   return {!name.empty(), listed, listed};
 }
@@ -257,7 +253,7 @@ void Form2_Command3_Click(Form2& f) {
   d.BoxesStandForNoGame = false;
   if (target.write) {
     d.EditedSlot = static_cast<std::int16_t>(target.position);
-    WriteGameEntry(f.store, d.EditedSlot + 1, name, f.Boxes(), NormaliseWord);
+    WriteBoxes(f, d.EditedSlot + 1, name, NormaliseWord);
   }
   // A blanked slot is always closed, so positions in the list and slots in
   // the file keep agreeing.
@@ -270,14 +266,8 @@ void Form2_Command3_Click(Form2& f) {
 
   d.DirtyFlag = 0;
   f.List1.Clear();
-  ListGames(f.store, f.List1, /*gamesStops=*/true);
-  for (int i = 1; i <= kWordsPerGame; ++i) {
-    if (f.Text1.Text().empty()) break;
-    if (f.List1.List(d.EditedSlot).empty()) break;
-    ProfileValue v = f.store.ReadProfileValue(f.Text1.Text(), Format(i), kEndMarker);
-    if (v.text == kEndMarker || v.text == kGamesMarker) break;
-    f.Text(i)->SetText(std::move(v.text));
-  }
+  ShowGames(f);
+  if (!f.Text1.Text().empty() && !f.List1.List(d.EditedSlot).empty()) LoadBoxes(f, f.Text1.Text());
 }
 
 
@@ -286,7 +276,7 @@ void Form2_List1_Click(Form2& f) {
   f.Design.EditedSlot = static_cast<std::int16_t>(f.List1.ListIndex());
   f.Design.BoxesStandForNoGame = false;
   EmptyBoxes(f);
-  LoadWordBoxes(f.store, f.List1.Text(), f.Boxes());
+  LoadBoxes(f, f.List1.Text());
   f.Text1.SetText(f.List1.Text());
 }
 
@@ -296,7 +286,7 @@ void Form2_Text1_KeyDown(Form2& f, int, int) { f.Design.DirtyFlag = 1; }
 
 void Form2_Text1_KeyPress(Form2& f, int&) {
   f.List1.Clear();
-  ListGames(f.store, f.List1, /*gamesStops=*/true);
+  ShowGames(f);
   f.Design.DirtyFlag = 1;
 }
 
@@ -326,7 +316,7 @@ void Form2_Command4_Click(Form2& f) {
     if (!NameAccepted(f, name, DirtyFlagAtQuestion::Kept)) return;
     if (f.runtime.MsgBox(kSaveChanges, vbYesNoQuestion) == vbYes) {
       const SaveTarget target = TargetOf(f, name);
-      if (target.write) WriteGameEntry(f.store, target.position + 1, name, f.Boxes(), RemoveBlanks);
+      if (target.write) WriteBoxes(f, target.position + 1, name, RemoveBlanks);
       if (name.empty() && target.listed > 0) CompactIndex(f.store, target.listed);
     }
   }

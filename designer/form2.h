@@ -41,7 +41,6 @@ class Form2 : public Form {
   // Text(i), i from 1 to 16; boxes 2 to 16 exist only while the form is
   // loaded. Null for a box that isn't loaded.
   TextBox* Text(int i) const;
-  WordBoxes Boxes() const;
 
   Runtime& runtime;
   ProfileStore& store;
@@ -77,14 +76,5 @@ void Form2_Command1_Click(Form2& f);  // New Entry
 void Form2_Command2_Click(Form2& f);  // Delete
 void Form2_Command3_Click(Form2& f);  // Save
 void Form2_Command4_Click(Form2& f);  // Exit
-
-// Names the file can't hold as typed, which Save and Exit refuse: the names
-// of its own sections (games, settings, in any case), a blank at either end
-// (trimmed away on reading) and a name in quotes (which reading strips).
-bool NameFileCannotHold(std::string_view name);
-
-// A word as Save stores it: only the letters A to Z of either case stay,
-// each with the case it had.
-std::string NormaliseWord(std::string_view word);
 
 }  // namespace pelmora

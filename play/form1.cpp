@@ -100,7 +100,7 @@ void Form1_Form_Load(Form1& f) {
   SetUpBoard(f.Grid1);
   f.State = WindowState::Maximized;
   PublishBoard(f.Grid1, f.Picture1);
-  ListGames(f.store, f.List2, /*gamesStops=*/false);
+  for (const std::string& game : ListGames(f.store, /*gamesStops=*/false)) f.List2.AddItem(game);
   const bool show = f.Check2.Value() != 0;
   f.List1.SetVisible(show);
   f.Label3.SetVisible(show);
@@ -254,7 +254,7 @@ void Form1_Command2_Click(Form1& f) {
   // The shimmer comes back only when no game is on the board.
   if (!f.Timer1.Enabled()) f.Timer2.SetEnabled(true);
   f.List2.Clear();
-  ListGames(f.store, f.List2, /*gamesStops=*/true);
+  for (const std::string& game : ListGames(f.store, /*gamesStops=*/true)) f.List2.AddItem(game);
 }
 
 void Form1_Command3_Click(Form1& f) {

@@ -39,9 +39,7 @@ struct Copy {
 std::vector<std::string> Index(const std::string& path) {
   PosixFileSystem fs;
   ProfileStore store(path, fs);
-  ListBox list("", {}, 0, false);
-  ListGames(store, list, true);
-  return list.Items();
+  return ListGames(store, true);
 }
 
 TEST(TwoCopies, NeitherLosesNorMisdirectsTheOthersGames) {

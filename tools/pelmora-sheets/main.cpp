@@ -234,9 +234,7 @@ int StoreGame(const Options& o, const std::vector<std::string>& words) {
 std::string ReadStoredGame(const Options& o, std::vector<std::string>& words) {
   PosixFileSystem fileSystem;
   ProfileStore store(ProfilePath(o), fileSystem);
-  ListBox games("List2", TwipRect{}, 0, /*sorted=*/false);
-  ListGames(store, games, /*gamesStops=*/false);
-  for (const std::string& game : games.Items()) {
+  for (const std::string& game : ListGames(store, /*gamesStops=*/false)) {
     if (UCase(game) != UCase(*o.game)) continue;
     words = ReadGameWords(store, game);
     return {};

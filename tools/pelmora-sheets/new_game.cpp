@@ -1,9 +1,5 @@
 #include "tools/pelmora-sheets/new_game.h"
 
-#include <memory>
-
-#include "designer/form2.h"
-#include "platform/controls.h"
 #include "platform/runtime_helpers.h"
 #include "platform/text.h"
 #include "profile/game_library.h"
@@ -13,7 +9,6 @@ namespace pelmora {
 namespace {
 
 constexpr std::size_t kNameBoxLength = 30;  // what the designer's name box holds
-constexpr int kWordBoxLength = 15;
 
 // A line break or a tab would end or split the name's line in the file.
 bool HoldsControlCharacter(const std::string& name) {
@@ -35,16 +30,10 @@ NewGameOutcome AddGame(ProfileStore& store, EventDoor& door, const std::string& 
     return {2, "a game's name holds at most " + std::to_string(kNameBoxLength) + " characters: " + name};
   }
 
-  // The designer's boxes, filled with the words; the boxes left over stay
-  // empty and are stored as empty keys.
-  std::vector<std::unique_ptr<TextBox>> texts;
-  WordBoxes boxes{};
-  for (int i = 1; i <= kWordsPerGame; ++i) {
-    texts.push_back(std::make_unique<TextBox>("Text(" + std::to_string(i) + ")", TwipRect{}, i + 1,
-                                              kWordBoxLength));
-    if (static_cast<std::size_t>(i) <= words.size()) texts.back()->SetText(words[static_cast<std::size_t>(i - 1)]);
-    boxes[static_cast<std::size_t>(i)] = texts.back().get();
-  }
+  // The words as Save stores a new entry's boxes; the keys left over are
+  // stored empty.
+  GameWords stored;
+  for (std::size_t i = 0; i < words.size() && i < stored.size(); ++i) stored[i] = NormaliseWord(words[i]);
 
   NewGameOutcome outcome;
   std::string failure;
@@ -53,20 +42,19 @@ NewGameOutcome AddGame(ProfileStore& store, EventDoor& door, const std::string& 
   int slot = 0;
   door.Dispatch([&] {
     // The list and the slot come from the index as the file holds it now.
-    ListBox games("List1", TwipRect{}, 0, /*sorted=*/false);
-    ListGames(store, games, /*gamesStops=*/true);
-    for (const std::string& game : games.Items()) {
+    const std::vector<std::string> games = ListGames(store, /*gamesStops=*/true);
+    for (const std::string& game : games) {
       if (UCase(name) == UCase(game)) {
         outcome = {2, store.Path() + " already has a game called " + game};
         return;
       }
     }
-    if (games.ListCount() >= kIndexSlots) {
+    if (static_cast<int>(games.size()) >= kIndexSlots) {
       outcome = {2, store.Path() + " holds " + std::to_string(kIndexSlots) + " games, as many as it can list"};
       return;
     }
-    slot = games.ListCount() + 1;
-    WriteGameEntry(store, slot, name, boxes, NormaliseWord);
+    slot = static_cast<int>(games.size()) + 1;
+    WriteGameEntry(store, slot, name, stored);
   });
   if (outcome.exitStatus != 0) return outcome;
   if (!failure.empty()) return {3, failure};

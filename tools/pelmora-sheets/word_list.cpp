@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "designer/form2.h"
 #include "platform/text.h"
 #include "profile/game_library.h"
 
