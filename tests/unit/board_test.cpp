@@ -7,6 +7,7 @@
 #include <map>
 #include <numeric>
 
+#include "board/board.h"
 #include "board/filler.h"
 #include "board/word_placer.h"
 
@@ -33,10 +34,7 @@ double Draw(int k, int n) { return (k + 0.5) / n; }
 
 // Grid1 as start-up leaves it: 15 by 15 cells of 500 twips.
 struct Board : FlexGrid {
-  Board() : FlexGrid("Grid1", {}, 0) {
-    SetRows(15);
-    SetCols(15);
-  }
+  Board() : FlexGrid("Grid1", {}, 0) { SetUpBoard(*this); }
   std::string Row(int r) const {
     std::string row;
     for (int c = 0; c < 15; ++c) row += CellAt(r, c).text.empty() ? "." : CellAt(r, c).text;
