@@ -12,9 +12,9 @@ inline constexpr int kBoardSize = 15;      // rows and columns
 inline constexpr int kCellPitch = 500;     // twips, on the grid and the surface
 inline constexpr int kCentred = 4;         // CellAlignment: centred both ways
 
-// A ring round a letter on the surface touches its cell's left and top
-// edges and reaches to 400 twips from them, so the rings of two cells never
-// touch: its centre is 200 in from those edges, not the cell's middle.
+// A ring round a letter on the surface runs from its cell's left and top
+// edges to 400 twips in, so the rings of neighbouring cells never meet: its
+// centre is 200 in from those edges, not the cell's middle.
 inline constexpr int kRingRadius = 200;
 // The ring's centre along one axis, for the cell's row or column.
 constexpr int RingCentre(int cell) { return kRingRadius + kCellPitch * cell; }
