@@ -30,6 +30,31 @@ enum class Change {
   Picture, Circle, ZOrder, Refresh, Focus, MaxLength,
 };
 
+class Label;
+class CommandButton;
+class CheckBox;
+class ListBox;
+class TextBox;
+class Timer;
+class PictureBox;
+class FlexGrid;
+
+// What is done with each kind of control, reached through Control::Accept
+// rather than by guessing a control's kind. VisitControl
+// (platform/control_visitor.h) makes one of lambdas.
+class ControlVisitor {
+ public:
+  virtual ~ControlVisitor() = default;
+  virtual void Visit(Label&) = 0;
+  virtual void Visit(CommandButton&) = 0;
+  virtual void Visit(CheckBox&) = 0;
+  virtual void Visit(ListBox&) = 0;
+  virtual void Visit(TextBox&) = 0;
+  virtual void Visit(Timer&) = 0;
+  virtual void Visit(PictureBox&) = 0;
+  virtual void Visit(FlexGrid&) = 0;
+};
+
 struct TwipRect {
   int left = 0, top = 0, width = 0, height = 0;
 };
@@ -42,6 +67,8 @@ class Control {
   Control& operator=(const Control&) = delete;
 
   const std::string& Name() const { return name_; }
+  // Calls the visitor's Visit for this control's own kind.
+  virtual void Accept(ControlVisitor& visitor) = 0;
 
   int Left() const { return rect_.left; }
   int Top() const { return rect_.top; }
@@ -79,6 +106,7 @@ class Control {
 
 class Label : public Control {
  public:
+  void Accept(ControlVisitor& visitor) override { visitor.Visit(*this); }
   Label(std::string name, TwipRect rect, int tabIndex, std::string caption = {});
   const std::string& Caption() const { return caption_; }
   void SetCaption(std::string caption);
@@ -91,6 +119,7 @@ class Label : public Control {
 
 class CommandButton : public Control {
  public:
+  void Accept(ControlVisitor& visitor) override { visitor.Visit(*this); }
   CommandButton(std::string name, TwipRect rect, int tabIndex, std::string caption);
   const std::string& Caption() const { return caption_; }
 
@@ -105,6 +134,7 @@ class CommandButton : public Control {
 // Value 0 (unticked), 1 (ticked) or 2 (grey).
 class CheckBox : public Control {
  public:
+  void Accept(ControlVisitor& visitor) override { visitor.Visit(*this); }
   CheckBox(std::string name, TwipRect rect, int tabIndex, std::string caption);
   const std::string& Caption() const { return caption_; }
 
@@ -123,6 +153,7 @@ class CheckBox : public Control {
 
 class ListBox : public Control {
  public:
+  void Accept(ControlVisitor& visitor) override { visitor.Visit(*this); }
   ListBox(std::string name, TwipRect rect, int tabIndex, bool sorted);
 
   bool Sorted() const { return sorted_; }
@@ -156,6 +187,7 @@ class ListBox : public Control {
 
 class TextBox : public Control {
  public:
+  void Accept(ControlVisitor& visitor) override { visitor.Visit(*this); }
   TextBox(std::string name, TwipRect rect, int tabIndex, int maxLength = 0);
 
   const std::string& Text() const { return text_; }
@@ -190,6 +222,7 @@ class TextBox : public Control {
 
 class Timer : public Control {
  public:
+  void Accept(ControlVisitor& visitor) override { visitor.Visit(*this); }
   Timer(std::string name, int interval);
   int Interval() const { return interval_; }
   bool Enabled() const { return enabled_; }
@@ -213,6 +246,7 @@ struct CircleMark {
 // until the next picture.
 class PictureBox : public Control {
  public:
+  void Accept(ControlVisitor& visitor) override { visitor.Visit(*this); }
   PictureBox(std::string name, TwipRect rect, int tabIndex, int drawWidth);
 
   const PictureHandle& Picture() const { return picture_; }

@@ -14,6 +14,7 @@ namespace pelmora {
 
 class FlexGrid : public Control {
  public:
+  void Accept(ControlVisitor& visitor) override { visitor.Visit(*this); }
   // As the form loads it: 10 rows and 10 columns, no fixed rows or columns.
   FlexGrid(std::string name, TwipRect rect, int tabIndex);
 

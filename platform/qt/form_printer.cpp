@@ -8,7 +8,7 @@
 #include <QPdfWriter>
 #include <cmath>
 
-#include "platform/grid.h"
+#include "platform/control_visitor.h"
 #include "platform/qt/board_painter.h"
 #include "platform/qt/conversions.h"
 #include "platform/qt/twips.h"
@@ -129,16 +129,15 @@ void PaintFormPage(QPainter& painter, Form& form) {
   painter.save();
   painter.setRenderHint(QPainter::Antialiasing, true);
   painter.setRenderHint(QPainter::TextAntialiasing, true);
+  // The grid and the timers are never on the page.
   for (Control* control : form.Controls()) {
-    if (!control->Visible() || dynamic_cast<FlexGrid*>(control) || dynamic_cast<Timer*>(control))
-      continue;
+    if (!control->Visible()) continue;
     painter.save();
-    if (auto* box = dynamic_cast<PictureBox*>(control)) PaintPicture(painter, *box);
-    else if (auto* label = dynamic_cast<Label*>(control)) PaintLabel(painter, *label);
-    else if (auto* list = dynamic_cast<ListBox*>(control)) PaintList(painter, *list);
-    else if (auto* button = dynamic_cast<CommandButton*>(control)) PaintButton(painter, *button);
-    else if (auto* check = dynamic_cast<CheckBox*>(control)) PaintCheck(painter, *check);
-    else if (auto* text = dynamic_cast<TextBox*>(control)) PaintText(painter, *text);
+    VisitControl(
+        *control, [&](PictureBox& box) { PaintPicture(painter, box); },
+        [&](Label& label) { PaintLabel(painter, label); }, [&](ListBox& list) { PaintList(painter, list); },
+        [&](CommandButton& button) { PaintButton(painter, button); },
+        [&](CheckBox& check) { PaintCheck(painter, check); }, [&](TextBox& text) { PaintText(painter, text); });
     painter.restore();
   }
   painter.restore();

@@ -13,7 +13,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "platform/grid.h"
+#include "platform/control_visitor.h"
 #include "platform/qt/board_surface.h"
 #include "platform/qt/button_view.h"
 #include "platform/qt/check_view.h"
@@ -89,16 +89,16 @@ FormWindow::FormWindow(Form& form, EventDoor& door, ListRefills& refills, QWidge
   scroll_->setWidget(canvas_);
 
   for (Control* control : form.Controls()) {
+    // The grid is a store of letters that is never on screen: no view.
     ControlView* view = nullptr;
-    // The grid is a store of letters that is never on screen: no widget.
-    if (dynamic_cast<FlexGrid*>(control)) continue;
-    if (auto* box = dynamic_cast<PictureBox*>(control)) view = new BoardSurface(*box, *this, canvas_);
-    else if (auto* label = dynamic_cast<Label*>(control)) view = new LabelView(*label, *this, canvas_);
-    else if (auto* button = dynamic_cast<CommandButton*>(control)) view = new ButtonView(*button, *this, canvas_);
-    else if (auto* check = dynamic_cast<CheckBox*>(control)) view = new CheckView(*check, *this, canvas_);
-    else if (auto* list = dynamic_cast<ListBox*>(control)) view = new ListView(*list, *this, canvas_);
-    else if (auto* text = dynamic_cast<TextBox*>(control)) view = new TextView(*text, *this, canvas_);
-    else if (auto* timer = dynamic_cast<Timer*>(control)) view = new TimerView(*timer, *this);
+    VisitControl(
+        *control, [&](PictureBox& box) { view = new BoardSurface(box, *this, canvas_); },
+        [&](Label& label) { view = new LabelView(label, *this, canvas_); },
+        [&](CommandButton& button) { view = new ButtonView(button, *this, canvas_); },
+        [&](CheckBox& check) { view = new CheckView(check, *this, canvas_); },
+        [&](ListBox& list) { view = new ListView(list, *this, canvas_); },
+        [&](TextBox& text) { view = new TextView(text, *this, canvas_); },
+        [&](Timer& timer) { view = new TimerView(timer, *this); });
     if (view) {
       view->SetDescriptiveName(DescriptiveName(form, *control));
       views_.push_back(view);

@@ -1,6 +1,7 @@
 #include "tools/pelmora-script/headless_front.h"
 
 #include "app/headless_program.h"
+#include "platform/control_visitor.h"
 
 namespace pelmora {
 
@@ -38,8 +39,8 @@ class HeadlessFront final : public ScriptFront {
   bool Reachable(Control& c) override { return c.Visible() && !UnderModal(c); }
 
   void Click(Control& c) override {
-    if (auto* b = dynamic_cast<CommandButton*>(&c)) program_.Event([b] { b->UserClick(); });
-    else if (auto* k = dynamic_cast<CheckBox*>(&c)) program_.Event([k] { k->UserClick(); });
+    const auto click = [this](auto& clicked) { program_.Event([&clicked] { clicked.UserClick(); }); };
+    VisitControl(c, [&](CommandButton& button) { click(button); }, [&](CheckBox& box) { click(box); });
   }
   void Select(ListBox& list, int row) override { program_.Event([&list, row] { list.UserSelect(row); }); }
   void MouseDown(double x, double y, int button) override {

@@ -10,6 +10,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/control_visitor.h"
 #include "platform/event_door.h"
 #include "platform/file_system.h"
 #include "platform/headless/headless_runtime.h"
@@ -569,19 +570,15 @@ class ScriptRunner::Impl final : public RuntimeWatcher {
       }
       return;
     }
-    if (auto* list = dynamic_cast<ListBox*>(&c)) {
-      out_ << name << " = " << JsonArray(front_->Items(*list)) << '\n';
-    } else if (auto* check = dynamic_cast<CheckBox*>(&c)) {
-      out_ << name << " = " << front_->Value(*check) << '\n';
-    } else if (auto* label = dynamic_cast<Label*>(&c)) {
-      out_ << name << " = " << JsonString(front_->Caption(*label)) << '\n';
-    } else if (auto* box = dynamic_cast<TextBox*>(&c)) {
-      out_ << name << " = " << JsonString(front_->Text(*box)) << '\n';
-    } else if (auto* timer = dynamic_cast<Timer*>(&c)) {
-      out_ << name << " = " << (front_->TimerOn(*timer) ? "on" : "off") << '\n';
-    } else {
-      Fail("nothing to show as " + name);
-    }
+    std::string value;
+    const bool shown = VisitControl(
+        c, [&](ListBox& list) { value = JsonArray(front_->Items(list)); },
+        [&](CheckBox& check) { value = std::to_string(front_->Value(check)); },
+        [&](Label& label) { value = JsonString(front_->Caption(label)); },
+        [&](TextBox& box) { value = JsonString(front_->Text(box)); },
+        [&](Timer& timer) { value = front_->TimerOn(timer) ? "on" : "off"; });
+    if (!shown) Fail("nothing to show as " + name);
+    out_ << name << " = " << value << '\n';
   }
 
   bool ShowField(const std::string& name) {
