@@ -6,6 +6,8 @@
 #include <QLineEdit>
 #include <algorithm>
 
+#include "platform/keys.h"
+
 namespace pelmora {
 
 int KeyAsciiOf(const QKeyEvent& event) {
@@ -30,30 +32,22 @@ int KeyCodeOf(int qtKey) {
     return qtKey;
   if (qtKey >= Qt::Key_F1 && qtKey <= Qt::Key_F12) return 112 + (qtKey - Qt::Key_F1);
   switch (qtKey) {
-    case Qt::Key_Backspace: return 8;
-    case Qt::Key_Tab: return 9;
-    case Qt::Key_Return:
-    case Qt::Key_Enter: return 13;
-    case Qt::Key_Shift: return 16;
-    case Qt::Key_Control: return 17;
-    case Qt::Key_Alt: return 18;
-    case Qt::Key_Pause: return 19;
-    case Qt::Key_CapsLock: return 20;
-    case Qt::Key_Escape: return 27;
-    case Qt::Key_PageUp: return 33;
-    case Qt::Key_PageDown: return 34;
-    case Qt::Key_End: return 35;
-    case Qt::Key_Home: return 36;
-    case Qt::Key_Left: return 37;
-    case Qt::Key_Up: return 38;
-    case Qt::Key_Right: return 39;
-    case Qt::Key_Down: return 40;
-    case Qt::Key_Insert: return 45;
-    case Qt::Key_Delete: return 46;
+#define PELMORA_CODE_OF(name, code, scripted) \
+  case Qt::Key_##name: return code;
+    PELMORA_KEYS(PELMORA_CODE_OF)
+#undef PELMORA_CODE_OF
     default: break;
   }
   // Any other printable key: its character's own code.
   return qtKey > 0 && qtKey < 0x7F ? qtKey : 0;
+}
+
+int QtKeyNamed(std::string_view name) {
+#define PELMORA_QT_KEY(key, code, scripted) \
+  if (name == #key) return Qt::Key_##key;
+  PELMORA_KEYS(PELMORA_QT_KEY)
+#undef PELMORA_QT_KEY
+  return Qt::Key_unknown;
 }
 
 int ShiftStateOf(Qt::KeyboardModifiers modifiers) {

@@ -4,6 +4,7 @@
 // that respects a box's MaxLength.
 
 #include <Qt>
+#include <string_view>
 
 class QKeyEvent;
 class QLineEdit;
@@ -12,6 +13,8 @@ namespace pelmora {
 
 // Key codes and shift state as the controls' events carry them.
 int KeyCodeOf(int qtKey);
+// Qt's key for the key of that name (platform/keys.h), or Qt::Key_unknown.
+int QtKeyNamed(std::string_view name);
 int ShiftStateOf(Qt::KeyboardModifiers modifiers);
 
 // The character a key types, as KeyPress carries it, or 0 for a key that

@@ -2,15 +2,11 @@
 
 #include "app/headless_program.h"
 #include "platform/control_visitor.h"
+#include "platform/keys.h"
 
 namespace pelmora {
 
 namespace {
-
-constexpr int kKeyDelete = 46;
-constexpr int kKeyHome = 36;
-constexpr int kKeyEnd = 35;
-constexpr int kKeyShift = 16;
 
 class HeadlessFront final : public ScriptFront {
  public:
@@ -53,15 +49,11 @@ class HeadlessFront final : public ScriptFront {
     program_.Event([&box, &ch] { box.UserType(ch); });
   }
   void Key(TextBox& box, const std::string& name) override {
-    int code = 0;
-    for (const KeyName& k : kKeyNames)
-      if (name == k.name) code = k.code;
+    const int code = KeyNamed(name)->code;
     program_.Event([&box, code] { box.UserKeyDown(code); });
   }
   void Erase(TextBox& box) override {
-    for (int code : {kKeyHome, kKeyShift, kKeyEnd, kKeyDelete}) {
-      program_.Event([&box, code] { box.UserKeyDown(code); });
-    }
+    for (const char* key : {"Home", "Shift", "End", "Delete"}) Key(box, key);
     program_.Event([&box] { box.UserEdited(""); });
   }
   void Close(Form& form) override {

@@ -21,6 +21,7 @@
 #include "app/program.h"
 #include "platform/qt/board_surface.h"
 #include "platform/qt/form_window.h"
+#include "platform/qt/keyboard.h"
 #include "platform/qt/timer_view.h"
 
 namespace pelmora {
@@ -54,17 +55,6 @@ std::pair<int, Qt::KeyboardModifiers> KeyTyping(char32_t c) {
   if (c < 0x7F) return {static_cast<int>(c), Qt::NoModifier};
   if (c <= 0xFFFF) return {static_cast<int>(QChar(static_cast<char16_t>(c)).toUpper().unicode()), Qt::NoModifier};
   return {Qt::Key_unknown, Qt::NoModifier};
-}
-
-int QtKeyOf(const std::string& name) {
-  static const std::pair<const char*, int> kKeys[] = {
-      {"Left", Qt::Key_Left},   {"Right", Qt::Key_Right},     {"Up", Qt::Key_Up},     {"Down", Qt::Key_Down},
-      {"Home", Qt::Key_Home},   {"End", Qt::Key_End},         {"Shift", Qt::Key_Shift}, {"Tab", Qt::Key_Tab},
-      {"NumLock", Qt::Key_NumLock}, {"Menu", Qt::Key_Menu},   {"AltGr", Qt::Key_AltGr}, {"Meta", Qt::Key_Meta},
-  };
-  for (const auto& [n, key] : kKeys)
-    if (name == n) return key;
-  return Qt::Key_unknown;
 }
 
 class QtFront final : public ScriptFront {
@@ -147,7 +137,7 @@ class QtFront final : public ScriptFront {
 
   void Key(TextBox& box, const std::string& name) override {
     if (QWidget* w = WidgetOf(box)) {
-      const int key = QtKeyOf(name);
+      const int key = QtKeyNamed(name);
       PressKey(w, key, key == Qt::Key_Shift ? Qt::ShiftModifier : key == Qt::Key_Meta ? Qt::MetaModifier : Qt::NoModifier);
     }
   }

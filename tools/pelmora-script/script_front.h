@@ -89,15 +89,4 @@ class ScriptFront {
   virtual std::string Snapshot(Form& form, const std::string& path) = 0;
 };
 
-// The names of the keys `key` presses, with the key codes the controls'
-// KeyDown carries for them.
-struct KeyName {
-  const char* name;
-  int code;
-};
-inline constexpr KeyName kKeyNames[] = {
-    {"Left", 37}, {"Right", 39}, {"Up", 38},       {"Down", 40},  {"Home", 36},  {"End", 35},
-    {"Shift", 16}, {"Tab", 9},   {"NumLock", 144}, {"Menu", 93},  {"AltGr", 0},  {"Meta", 91},
-};
-
 }  // namespace pelmora

@@ -14,6 +14,7 @@
 #include "platform/event_door.h"
 #include "platform/file_system.h"
 #include "platform/headless/headless_runtime.h"
+#include "platform/keys.h"
 #include "platform/runtime_helpers.h"
 #include "platform/text.h"
 #include "play/form1.h"
@@ -169,9 +170,8 @@ bool IsButtonOf(int value, int answer) {
 }
 
 bool IsKeyName(const std::string& name) {
-  for (const KeyName& k : kKeyNames)
-    if (name == k.name) return true;
-  return false;
+  const NamedKey* key = KeyNamed(name);
+  return key && key->scripted;
 }
 
 }  // namespace
