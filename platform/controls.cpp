@@ -6,17 +6,17 @@
 
 namespace pelmora {
 
-int GridPicture::Width() const {
-  int w = 0;
-  for (int v : colWidths) w += v;
-  return w;
+namespace {
+// The edges of count cells of the given sizes; a cell with no size has none.
+std::vector<double> Edges(const std::vector<int>& sizes, int count) {
+  std::vector<double> edges(static_cast<std::size_t>(std::max(count, 0)) + 1, 0.0);
+  for (std::size_t i = 1; i < edges.size(); ++i) edges[i] = edges[i - 1] + (i <= sizes.size() ? sizes[i - 1] : 0);
+  return edges;
 }
+}  // namespace
 
-int GridPicture::Height() const {
-  int h = 0;
-  for (int v : rowHeights) h += v;
-  return h;
-}
+std::vector<double> GridPicture::ColumnEdges() const { return Edges(colWidths, cols); }
+std::vector<double> GridPicture::RowEdges() const { return Edges(rowHeights, rows); }
 
 Control::Control(std::string name, TwipRect rect, int tabIndex)
     : name_(std::move(name)), rect_(rect), tabIndex_(tabIndex) {}

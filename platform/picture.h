@@ -25,9 +25,13 @@ struct GridPicture {
   const GridCell& At(int row, int col) const {
     return cells[static_cast<std::size_t>(row * cols + col)];
   }
+  // Where the cells meet, in twips from the picture's corner: cols + 1
+  // edges left to right and rows + 1 top to bottom, from 0 to the far side.
+  std::vector<double> ColumnEdges() const;
+  std::vector<double> RowEdges() const;
   // The size of the picture in twips: the cells edge to edge.
-  int Width() const;
-  int Height() const;
+  int Width() const { return static_cast<int>(ColumnEdges().back()); }
+  int Height() const { return static_cast<int>(RowEdges().back()); }
 };
 
 using PictureHandle = std::shared_ptr<const GridPicture>;

@@ -150,16 +150,6 @@ QRectF LetterInk() {
   return ink;
 }
 
-// The cell edges of a picture, in twips from its corner.
-void CellEdges(const GridPicture& picture, std::vector<double>& xs, std::vector<double>& ys) {
-  xs.assign(static_cast<std::size_t>(picture.cols) + 1, 0.0);
-  ys.assign(static_cast<std::size_t>(picture.rows) + 1, 0.0);
-  for (int c = 0; c < picture.cols; ++c)
-    xs[c + 1] = xs[c] + (c < static_cast<int>(picture.colWidths.size()) ? picture.colWidths[c] : 0);
-  for (int r = 0; r < picture.rows; ++r)
-    ys[r + 1] = ys[r] + (r < static_cast<int>(picture.rowHeights.size()) ? picture.rowHeights[r] : 0);
-}
-
 }  // namespace
 
 bool IsLoneLetter(const GridCell& cell) {
@@ -212,8 +202,8 @@ class LetterSprites {
 
 void PaintGridLetters(QPainter& painter, const GridPicture& picture, const std::vector<int>& cells) {
   static LetterSprites& sprites = *new LetterSprites;  // kept to the end, like the faces
-  std::vector<double> xs, ys;
-  CellEdges(picture, xs, ys);
+  const std::vector<double> xs = picture.ColumnEdges();
+  const std::vector<double> ys = picture.RowEdges();
   // Device pixels are addressed directly (from the widget's corner, as the
   // world transform places things): the transform must only scale.
   const double ratio = painter.device() ? painter.device()->devicePixelRatioF() : 1.0;
@@ -246,8 +236,8 @@ void PaintGridPicture(QPainter& painter, const GridPicture& picture, GridLines l
   if (picture.rows <= 0 || picture.cols <= 0) return;
   painter.save();
 
-  std::vector<double> xs, ys;
-  CellEdges(picture, xs, ys);
+  const std::vector<double> xs = picture.ColumnEdges();
+  const std::vector<double> ys = picture.RowEdges();
   const QRectF whole(0, 0, xs.back(), ys.back());
   const QRectF area = exposedTwips.isNull() ? whole : whole.intersected(exposedTwips);
   if (area.isEmpty()) {

@@ -56,10 +56,8 @@ void BoardSurface::TakeCellEdges() {
   xs_.assign(1, 0.0);
   ys_.assign(1, 0.0);
   if (!shown_) return;
-  for (int c = 0; c < shown_->cols; ++c)
-    xs_.push_back(xs_.back() + (c < static_cast<int>(shown_->colWidths.size()) ? shown_->colWidths[c] : 0));
-  for (int r = 0; r < shown_->rows; ++r)
-    ys_.push_back(ys_.back() + (r < static_cast<int>(shown_->rowHeights.size()) ? shown_->rowHeights[r] : 0));
+  xs_ = shown_->ColumnEdges();
+  ys_ = shown_->RowEdges();
   focusRow_ = std::clamp(focusRow_, 0, std::max(0, shown_->rows - 1));
   focusCol_ = std::clamp(focusCol_, 0, std::max(0, shown_->cols - 1));
 }
