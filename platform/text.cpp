@@ -35,24 +35,6 @@ char32_t Decode(std::string_view s, std::size_t i, std::size_t n) {
   return c;
 }
 
-void Encode(char32_t c, std::string& out) {
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += static_cast<char>(0xC0 | (c >> 6));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    out += static_cast<char>(0xE0 | (c >> 12));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (c >> 18));
-    out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  }
-}
-
 char32_t UpperOf(char32_t c) {
   if (c >= U'a' && c <= U'z') return c - 32;
   if (c < 0x80) return c;
@@ -70,6 +52,24 @@ char32_t UpperOf(char32_t c) {
 }
 
 }  // namespace
+
+void AppendUtf8(char32_t c, std::string& out) {
+  if (c < 0x80) {
+    out += static_cast<char>(c);
+  } else if (c < 0x800) {
+    out += static_cast<char>(0xC0 | (c >> 6));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  } else if (c < 0x10000) {
+    out += static_cast<char>(0xE0 | (c >> 12));
+    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  } else {
+    out += static_cast<char>(0xF0 | (c >> 18));
+    out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  }
+}
 
 std::size_t Len(std::string_view s) {
   std::size_t count = 0;
@@ -107,7 +107,7 @@ std::string UCase(std::string_view s) {
     if (n == 1 && b >= 0x80) {
       out += s[i];  // a stray byte stays as it is
     } else {
-      Encode(UpperOf(Decode(s, i, n)), out);
+      AppendUtf8(UpperOf(Decode(s, i, n)), out);
     }
     i += n;
   }
@@ -131,7 +131,7 @@ bool IsValidUtf8(std::string_view s) {
 std::string Latin1ToUtf8(std::string_view s) {
   std::string out;
   out.reserve(s.size() + s.size() / 8);
-  for (char ch : s) Encode(static_cast<unsigned char>(ch), out);
+  for (char ch : s) AppendUtf8(static_cast<unsigned char>(ch), out);
   return out;
 }
 

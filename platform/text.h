@@ -24,6 +24,9 @@ std::vector<std::string> Chars(std::string_view s);
 // The code of the first character of s; 0 for an empty text.
 char32_t FirstCodePoint(std::string_view s);
 
+// Appends the character c to out as UTF-8.
+void AppendUtf8(char32_t c, std::string& out);
+
 // Upper case: ASCII, Latin-1, Latin Extended-A, Greek and Cyrillic letters;
 // everything else is kept as it is.
 std::string UCase(std::string_view s);

@@ -1,35 +1,8 @@
 #include "platform/headless/headless_runtime.h"
 
-#include <cstdio>
-
 #include "platform/form.h"
 
 namespace pelmora {
-
-std::string JsonString(std::string_view text) {
-  std::string out = "\"";
-  for (char ch : text) {
-    const auto c = static_cast<unsigned char>(ch);
-    switch (c) {
-      case '"': out += "\\\""; break;
-      case '\\': out += "\\\\"; break;
-      case '\b': out += "\\b"; break;
-      case '\f': out += "\\f"; break;
-      case '\n': out += "\\n"; break;
-      case '\r': out += "\\r"; break;
-      case '\t': out += "\\t"; break;
-      default:
-        if (c < 0x20) {
-          char buf[8];
-          std::snprintf(buf, sizeof buf, "\\u%04x", c);
-          out += buf;
-        } else {
-          out += ch;
-        }
-    }
-  }
-  return out + "\"";
-}
 
 HeadlessRuntime::HeadlessRuntime(EventDoor& door, Clocks& clocks, RandomSource& random)
     : door_(door), gameClock_(clocks), random_(random) {}

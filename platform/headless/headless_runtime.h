@@ -6,7 +6,6 @@
 
 #include <functional>
 #include <string>
-#include <string_view>
 
 #include "platform/clock.h"
 #include "platform/event_door.h"
@@ -46,9 +45,5 @@ class HeadlessRuntime final : public Runtime {
   RandomSource& random_;
   int mousePointer_ = 0;
 };
-
-// A text as a JSON string: quotes, backslashes and control characters
-// escaped; everything else, beyond ASCII too, as it is.
-std::string JsonString(std::string_view text);
 
 }  // namespace pelmora

@@ -1,13 +1,16 @@
 #include "tools/pelmora-script/script_runner.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <deque>
 #include <cmath>
 #include <cstdio>
+#include <deque>
 #include <filesystem>
 #include <functional>
 #include <optional>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/control_visitor.h"
@@ -20,6 +23,7 @@
 #include "play/form1.h"
 #include "profile/profile_store.h"
 #include "tools/pelmora-script/headless_front.h"
+#include "tools/pelmora-script/json.h"
 
 namespace pelmora {
 
@@ -28,81 +32,6 @@ namespace {
 constexpr std::int64_t kTickMs = 100;
 
 [[noreturn]] void Fail(const std::string& why) { throw RunAborted{2, why}; }
-
-void AppendUtf8(char32_t c, std::string& out) {
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += static_cast<char>(0xC0 | (c >> 6));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    out += static_cast<char>(0xE0 | (c >> 12));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (c >> 18));
-    out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  }
-}
-
-// Reads a JSON string starting at s[i] == '"'; leaves i behind it.
-std::string ParseJsonString(const std::string& s, std::size_t& i) {
-  std::string out;
-  auto hex4 = [&](std::size_t at) -> char32_t {
-    if (at + 4 > s.size()) Fail("bad \\u escape in a string");
-    char32_t v = 0;
-    for (std::size_t k = at; k < at + 4; ++k) {
-      const char h = s[k];
-      v <<= 4;
-      if (h >= '0' && h <= '9') v |= static_cast<char32_t>(h - '0');
-      else if (h >= 'a' && h <= 'f') v |= static_cast<char32_t>(h - 'a' + 10);
-      else if (h >= 'A' && h <= 'F') v |= static_cast<char32_t>(h - 'A' + 10);
-      else Fail("bad \\u escape in a string");
-    }
-    return v;
-  };
-  ++i;
-  while (true) {
-    if (i >= s.size()) Fail("a string with no closing quote");
-    const char c = s[i++];
-    if (c == '"') return out;
-    if (static_cast<unsigned char>(c) < 0x20) Fail("a control character in a string");
-    if (c != '\\') {
-      out += c;
-      continue;
-    }
-    if (i >= s.size()) Fail("a string with no closing quote");
-    const char e = s[i++];
-    switch (e) {
-      case '"': out += '"'; break;
-      case '\\': out += '\\'; break;
-      case '/': out += '/'; break;
-      case 'b': out += '\b'; break;
-      case 'f': out += '\f'; break;
-      case 'n': out += '\n'; break;
-      case 'r': out += '\r'; break;
-      case 't': out += '\t'; break;
-      case 'u': {
-        char32_t cp = hex4(i);
-        i += 4;
-        if (cp >= 0xD800 && cp <= 0xDBFF) {
-          if (i + 6 > s.size() || s[i] != '\\' || s[i + 1] != 'u') Fail("a lone surrogate in a string");
-          const char32_t low = hex4(i + 2);
-          if (low < 0xDC00 || low > 0xDFFF) Fail("a lone surrogate in a string");
-          i += 6;
-          cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
-        } else if (cp >= 0xDC00 && cp <= 0xDFFF) {
-          Fail("a lone surrogate in a string");
-        }
-        AppendUtf8(cp, out);
-        break;
-      }
-      default: Fail(std::string("bad escape \\") + e + " in a string");
-    }
-  }
-}
 
 std::vector<std::string> Tokenize(const std::string& line) {
   std::vector<std::string> words;
@@ -141,19 +70,14 @@ std::optional<double> ParseNumber(const std::string& s) {
   return v;
 }
 
-std::string ShowDouble(double v) {
+// A field's value as show prints it: whole numbers plain, doubles as %.15g
+// prints them, texts as JSON strings.
+std::string Shown(int v) { return std::to_string(v); }
+std::string Shown(const std::string& v) { return JsonString(v); }
+std::string Shown(double v) {
   char buf[64];
   std::snprintf(buf, sizeof buf, "%.15g", v);
   return buf;
-}
-
-std::string JsonArray(const std::vector<std::string>& items) {
-  std::string out = "[";
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    if (i > 0) out += ',';
-    out += JsonString(items[i]);
-  }
-  return out + "]";
 }
 
 const char* AnswerName(int answer) {
@@ -197,7 +121,7 @@ class ScriptRunner::Impl final : public RuntimeWatcher {
       return renderer && renderer(rendererContext, form, path);
     };
     hooks_.circle = [this](const CircleMark& m) {
-      out_ << "circle " << ShowDouble(m.x) << ' ' << ShowDouble(m.y) << ' ' << QBColorIndex(m.colour) << '\n';
+      out_ << "circle " << Shown(m.x) << ' ' << Shown(m.y) << ' ' << QBColorIndex(m.colour) << '\n';
     };
     hooks_.endRun = [this](const RunAborted* error) { return error ? Report(*error) : Finished(); };
     front_ = makeFront ? makeFront(iniPath_, hooks_, fs_) : MakeHeadlessFront(iniPath_, hooks_, fs_);
@@ -295,144 +219,68 @@ class ScriptRunner::Impl final : public RuntimeWatcher {
     return false;
   }
 
-  void Execute(const std::string& line) {
-    std::size_t first = line.find_first_not_of(" \t");
-    if (first == std::string::npos || line[first] == '#') return;
-    const std::vector<std::string> args = Tokenize(line);
-    const std::string& cmd = args[0];
-    auto need = [&](std::size_t n) {
-      if (args.size() != n + 1) Fail(cmd + " takes " + std::to_string(n) + " argument(s)");
-    };
+  using Args = std::vector<std::string>;  // the command's name, then its arguments
 
-    if (cmd == "seed") {
-      need(1);
-      const auto v = ParseWhole(args[1]);
-      if (!v) Fail("seed needs a whole number");
-      random_.Reseed(static_cast<std::uint64_t>(*v));
-    } else if (cmd == "clock") {
-      need(2);
-      SetClock(args[1], args[2]);
-    } else if (cmd == "printer") {
-      need(1);
-      const std::string ext = std::filesystem::path(args[1]).extension().string();
-      if (ext != ".pdf" && ext != ".png") Fail("printer needs a .pdf or .png path");
-      printerPath_ = args[1];
-    } else if (cmd == "disk-full") {
-      need(1);
-      if (args[1] != "yes" && args[1] != "no") Fail("disk-full takes yes or no");
-      fs_.writeError = args[1] == "yes" ? ENOSPC : 0;
-    } else if (cmd == "answer") {
-      if (args.size() < 2) Fail("answer needs at least one answer");
-      for (std::size_t i = 1; i < args.size(); ++i) {
-        if (args[i] == "yes") answers_.push_back(vbYes);
-        else if (args[i] == "no") answers_.push_back(vbNo);
-        else if (args[i] == "ok") answers_.push_back(vbOK);
-        else Fail("an answer is yes, no or ok, not " + args[i]);
-      }
-    } else if (cmd == "start") {
-      need(0);
-      if (front_->MainForm()) Fail("start comes once");
-      front_->Start();
-    } else if (cmd == "click") {
-      need(1);
-      Control& c = ResolveControl(args[1]);
-      if (!dynamic_cast<CommandButton*>(&c) && !dynamic_cast<CheckBox*>(&c)) {
-        Fail(args[1] + " is not a button or a check box");
-      }
-      if (front_->Reachable(c)) front_->Click(c);
-    } else if (cmd == "select") {
-      need(2);
-      auto* list = dynamic_cast<ListBox*>(&ResolveControl(args[1]));
-      if (!list) Fail(args[1] + " is not a list box");
-      const auto n = ParseWhole(args[2]);
-      if (!n || *n < 0 || *n >= list->ListCount()) Fail("no line " + args[2] + " in " + args[1]);
-      if (front_->Reachable(*list)) front_->Select(*list, static_cast<int>(*n));
-    } else if (cmd == "mousedown") {
-      if (args.size() != 3 && args.size() != 4) Fail("mousedown takes X Y [BUTTON]");
-      const auto x = ParseNumber(args[1]);
-      const auto y = ParseNumber(args[2]);
-      if (!x || !y) Fail("mousedown needs numbers");
-      int button = 1;
-      if (args.size() == 4) {
-        const auto b = ParseWhole(args[3]);
-        if (!b || (*b != 1 && *b != 2 && *b != 4)) Fail("a button is 1, 2 or 4");
-        button = static_cast<int>(*b);
-      }
-      MouseDown(*x, *y, button);
-    } else if (cmd == "cell") {
-      need(2);
-      const auto r = ParseWhole(args[1]);
-      const auto c = ParseWhole(args[2]);
-      if (!r || !c || *r < 0 || *c < 0 || *r > 1000 || *c > 1000) Fail("cell needs a row and a column");
-      ClickCell(static_cast<int>(*r), static_cast<int>(*c));
-    } else if (cmd == "spell") {
-      need(1);
-      Spell(args[1]);
-    } else if (cmd == "type") {
-      need(2);
-      TextBox& box = ResolveTextBox(args[1]);
-      if (!front_->Reachable(box)) return;
-      for (const std::string& ch : Chars(args[2])) front_->Type(box, ch);
-    } else if (cmd == "key") {
-      need(2);
-      TextBox& box = ResolveTextBox(args[1]);
-      if (!IsKeyName(args[2])) Fail("no key called " + args[2]);
-      if (front_->Reachable(box)) front_->Key(box, args[2]);
-    } else if (cmd == "erase") {
-      need(1);
-      TextBox& box = ResolveTextBox(args[1]);
-      if (front_->Reachable(box)) front_->Erase(box);
-    } else if (cmd == "close") {
-      need(1);
-      Form& form = ResolveForm(args[1]);
-      if (&form != front_->MainForm()) {
-        front_->Close(form);
-      } else if (!front_->MainForm()->Designer.Loaded) {
-        // Closing the main window ends the run, unless the designer stands
-        // above it; nothing is saved.
-        ended_ = true;
-      }
-    } else if (cmd == "snapshot") {
-      need(2);
-      const std::string error = front_->Snapshot(ResolveForm(args[1]), args[2]);
-      if (!error.empty()) Fail(error);
-    } else if (cmd == "wait") {
-      need(1);
-      Wait(args[1]);
-    } else if (cmd == "show") {
-      need(1);
-      Show(args[1]);
-    } else if (cmd == "profile-read") {
-      need(3);
-      ProfileValue v;
-      front_->Door().Dispatch([&] { v = front_->Store().ReadProfileValue(args[1], args[2], args[3]); });
-      out_ << "profile-read = " << JsonString(v.text) << ' ' << v.length << '\n';
-    } else if (cmd == "profile-write") {
-      need(3);
-      front_->Door().Dispatch([&] { front_->Store().WriteProfileValue(args[1], args[2], args[3]); });
-    } else if (cmd == "format") {
-      need(1);
-      const auto v = ParseNumber(args[1]);
-      if (!v) Fail("format needs a number");
-      out_ << "format = " << JsonString(Format(*v)) << '\n';
-    } else if (cmd == "format-time") {
-      need(1);
-      const auto v = ParseNumber(args[1]);
-      if (!v) Fail("format-time needs a number");
-      out_ << "format-time = " << JsonString(FormatTime(*v)) << '\n';
-    } else if (cmd == "val") {
-      need(1);
-      char buf[64];
-      std::snprintf(buf, sizeof buf, "%.17g", Val(args[1]));
-      out_ << "val = " << buf << '\n';
-    } else {
-      Fail("unknown command " + cmd);
-    }
+  // A command: its name, how many arguments it takes, what a wrong number
+  // of them is told (by default "NAME takes N argument(s)"), and its action.
+  struct Command {
+    std::string_view name;
+    std::size_t least, most;
+    const char* wrongCount;
+    void (Impl::*run)(const Args& args);
+  };
+
+  void Execute(const std::string& line) {
+    static constexpr std::size_t kAny = static_cast<std::size_t>(-1);
+    static constexpr Command kCommands[] = {
+        {"seed", 1, 1, nullptr, &Impl::Seed},
+        {"clock", 2, 2, nullptr, &Impl::SetClock},
+        {"printer", 1, 1, nullptr, &Impl::Printer},
+        {"disk-full", 1, 1, nullptr, &Impl::DiskFull},
+        {"answer", 1, kAny, "answer needs at least one answer", &Impl::Answer},
+        {"start", 0, 0, nullptr, &Impl::Start},
+        {"click", 1, 1, nullptr, &Impl::Click},
+        {"select", 2, 2, nullptr, &Impl::Select},
+        {"mousedown", 2, 3, "mousedown takes X Y [BUTTON]", &Impl::MouseDown},
+        {"cell", 2, 2, nullptr, &Impl::Cell},
+        {"spell", 1, 1, nullptr, &Impl::Spell},
+        {"type", 2, 2, nullptr, &Impl::Type},
+        {"key", 2, 2, nullptr, &Impl::Key},
+        {"erase", 1, 1, nullptr, &Impl::Erase},
+        {"close", 1, 1, nullptr, &Impl::Close},
+        {"snapshot", 2, 2, nullptr, &Impl::Snapshot},
+        {"wait", 1, 1, nullptr, &Impl::Wait},
+        {"show", 1, 1, nullptr, &Impl::Show},
+        {"profile-read", 3, 3, nullptr, &Impl::ProfileRead},
+        {"profile-write", 3, 3, nullptr, &Impl::ProfileWrite},
+        {"format", 1, 1, nullptr, &Impl::FormatNumber},
+        {"format-time", 1, 1, nullptr, &Impl::FormatTimeOf},
+        {"val", 1, 1, nullptr, &Impl::ValOf},
+    };
+    const std::size_t first = line.find_first_not_of(" \t");
+    if (first == std::string::npos || line[first] == '#') return;
+    const Args args = Tokenize(line);
+    const Command* command = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                          [&args](const Command& c) { return c.name == args[0]; });
+    if (command == std::end(kCommands)) Fail("unknown command " + args[0]);
+    const std::size_t given = args.size() - 1;
+    if (given < command->least || given > command->most)
+      Fail(command->wrongCount ? command->wrongCount
+                               : args[0] + " takes " + std::to_string(command->least) + " argument(s)");
+    (this->*command->run)(args);
   }
 
   // --- Set-up ---------------------------------------------------------------
 
-  void SetClock(const std::string& date, const std::string& time) {
+  void Seed(const Args& a) {
+    const auto v = ParseWhole(a[1]);
+    if (!v) Fail("seed needs a whole number");
+    random_.Reseed(static_cast<std::uint64_t>(*v));
+  }
+
+  void SetClock(const Args& a) {
+    const std::string& date = a[1];
+    const std::string& time = a[2];
     int y = 0, mo = 0, d = 0, h = 0, mi = 0, s = 0;
     char tail = 0;
     if (std::sscanf(date.c_str(), "%4d-%2d-%2d%c", &y, &mo, &d, &tail) != 3 ||
@@ -446,7 +294,32 @@ class ScriptRunner::Impl final : public RuntimeWatcher {
                     (static_cast<std::int64_t>(h) * 3600 + mi * 60 + s) * 1000);
   }
 
+  void Printer(const Args& a) {
+    const std::string ext = std::filesystem::path(a[1]).extension().string();
+    if (ext != ".pdf" && ext != ".png") Fail("printer needs a .pdf or .png path");
+    printerPath_ = a[1];
+  }
+
+  void DiskFull(const Args& a) {
+    if (a[1] != "yes" && a[1] != "no") Fail("disk-full takes yes or no");
+    fs_.writeError = a[1] == "yes" ? ENOSPC : 0;
+  }
+
+  void Answer(const Args& a) {
+    for (std::size_t i = 1; i < a.size(); ++i) {
+      if (a[i] == "yes") answers_.push_back(vbYes);
+      else if (a[i] == "no") answers_.push_back(vbNo);
+      else if (a[i] == "ok") answers_.push_back(vbOK);
+      else Fail("an answer is yes, no or ok, not " + a[i]);
+    }
+  }
+
   // --- Controls -------------------------------------------------------------
+
+  void Start(const Args&) {
+    if (front_->MainForm()) Fail("start comes once");
+    front_->Start();
+  }
 
   Form1& RequireForm1() {
     if (!front_->MainForm()) Fail("start must come before any event");
@@ -483,18 +356,80 @@ class ScriptRunner::Impl final : public RuntimeWatcher {
     return *box;
   }
 
+  void Click(const Args& a) {
+    Control& c = ResolveControl(a[1]);
+    if (!VisitControl(c, [](CommandButton&) {}, [](CheckBox&) {})) Fail(a[1] + " is not a button or a check box");
+    if (front_->Reachable(c)) front_->Click(c);
+  }
+
+  void Select(const Args& a) {
+    auto* list = dynamic_cast<ListBox*>(&ResolveControl(a[1]));
+    if (!list) Fail(a[1] + " is not a list box");
+    const auto n = ParseWhole(a[2]);
+    if (!n || *n < 0 || *n >= list->ListCount()) Fail("no line " + a[2] + " in " + a[1]);
+    if (front_->Reachable(*list)) front_->Select(*list, static_cast<int>(*n));
+  }
+
+  void Type(const Args& a) {
+    TextBox& box = ResolveTextBox(a[1]);
+    if (!front_->Reachable(box)) return;
+    for (const std::string& ch : Chars(a[2])) front_->Type(box, ch);
+  }
+
+  void Key(const Args& a) {
+    TextBox& box = ResolveTextBox(a[1]);
+    if (!IsKeyName(a[2])) Fail("no key called " + a[2]);
+    if (front_->Reachable(box)) front_->Key(box, a[2]);
+  }
+
+  void Erase(const Args& a) {
+    TextBox& box = ResolveTextBox(a[1]);
+    if (front_->Reachable(box)) front_->Erase(box);
+  }
+
+  void Close(const Args& a) {
+    Form& form = ResolveForm(a[1]);
+    if (&form != front_->MainForm()) {
+      front_->Close(form);
+    } else if (!front_->MainForm()->Designer.Loaded) {
+      // Closing the main window ends the run, unless the designer stands
+      // above it; nothing is saved.
+      ended_ = true;
+    }
+  }
+
   // --- The board ------------------------------------------------------------
 
-  void MouseDown(double x, double y, int button) {
+  void MouseDown(const Args& a) {
+    const auto x = ParseNumber(a[1]);
+    const auto y = ParseNumber(a[2]);
+    if (!x || !y) Fail("mousedown needs numbers");
+    int button = 1;
+    if (a.size() == 4) {
+      const auto b = ParseWhole(a[3]);
+      if (!b || (*b != 1 && *b != 2 && *b != 4)) Fail("a button is 1, 2 or 4");
+      button = static_cast<int>(*b);
+    }
+    Press(*x, *y, button);
+  }
+
+  void Cell(const Args& a) {
+    const auto r = ParseWhole(a[1]);
+    const auto c = ParseWhole(a[2]);
+    if (!r || !c || *r < 0 || *c < 0 || *r > 1000 || *c > 1000) Fail("cell needs a row and a column");
+    ClickCell(static_cast<int>(*r), static_cast<int>(*c));
+  }
+
+  void Press(double x, double y, int button) {
     Form1& f = RequireForm1();
     if (front_->Reachable(f.Picture1)) front_->MouseDown(x, y, button);
   }
 
-  void ClickCell(int row, int col) { MouseDown(500.0 * col + 250, 500.0 * row + 250, 1); }
+  void ClickCell(int row, int col) { Press(500.0 * col + 250, 500.0 * row + 250, 1); }
 
-  void Spell(const std::string& word) {
+  void Spell(const Args& a) {
     Form1& f = RequireForm1();
-    for (const std::string& letter : Chars(word)) {
+    for (const std::string& letter : Chars(a[1])) {
       bool found = false;
       for (int r = 0; r < f.Grid1.Rows() && !found; ++r) {
         for (int c = 0; c < f.Grid1.Cols() && !found; ++c) {
@@ -510,8 +445,8 @@ class ScriptRunner::Impl final : public RuntimeWatcher {
 
   // --- Time -----------------------------------------------------------------
 
-  void Wait(const std::string& arg) {
-    const auto seconds = ParseNumber(arg);
+  void Wait(const Args& a) {
+    const auto seconds = ParseNumber(a[1]);
     if (!seconds || *seconds < 0) Fail("wait needs a number of seconds");
     const double tenths = *seconds * 10;
     const long long steps = std::llround(tenths);
@@ -527,7 +462,13 @@ class ScriptRunner::Impl final : public RuntimeWatcher {
 
   // --- Looking --------------------------------------------------------------
 
-  void Show(const std::string& name) {
+  void Snapshot(const Args& a) {
+    const std::string error = front_->Snapshot(ResolveForm(a[1]), a[2]);
+    if (!error.empty()) Fail(error);
+  }
+
+  void Show(const Args& a) {
+    const std::string& name = a[1];
     if (name == "Board") {
       Form1& f = RequireForm1();
       out_ << "Board =\n";
@@ -581,33 +522,62 @@ class ScriptRunner::Impl final : public RuntimeWatcher {
     out_ << name << " = " << value << '\n';
   }
 
+  // The program's own fields, each shown as its type is.
   bool ShowField(const std::string& name) {
-    if (name == "EditedSlot" || name == "DirtyFlag" || name == "CompactCount") {
-      const DesignerState& d = RequireForm1().Designer.Design;
-      const int v = name == "EditedSlot" ? d.EditedSlot : name == "DirtyFlag" ? d.DirtyFlag : d.CompactCount;
-      out_ << name << " = " << v << '\n';
+    using Field = std::string (*)(const Form1&);
+    static constexpr std::pair<std::string_view, Field> kFields[] = {
+        {"WonFlag", [](const Form1& f) { return Shown(f.Play.WonFlag); }},
+        {"WordCount", [](const Form1& f) { return Shown(f.Play.WordCount); }},
+        {"StartTime", [](const Form1& f) { return Shown(f.Play.StartTime); }},
+        {"PracticeFlag", [](const Form1& f) { return Shown(f.Play.PracticeFlag); }},
+        {"ColourIndex", [](const Form1& f) { return Shown(f.Play.ColourIndex); }},
+        {"Letters", [](const Form1& f) { return Shown(f.Sel.Letters); }},
+        {"ClickCount", [](const Form1& f) { return Shown(f.Sel.ClickCount); }},
+        {"BestTime", [](const Form1& f) { return Shown(f.Records.BestTime); }},
+        {"BestTitle", [](const Form1& f) { return Shown(f.Records.BestTitle); }},
+        {"RunBestTime", [](const Form1& f) { return Shown(f.Records.RunBestTime); }},
+        {"RunBestTitle", [](const Form1& f) { return Shown(f.Records.RunBestTitle); }},
+        {"EditedSlot", [](const Form1& f) { return Shown(f.Designer.Design.EditedSlot); }},
+        {"DirtyFlag", [](const Form1& f) { return Shown(f.Designer.Design.DirtyFlag); }},
+        {"CompactCount", [](const Form1& f) { return Shown(f.Designer.Design.CompactCount); }},
+    };
+    for (const auto& [field, value] : kFields) {
+      if (name != field) continue;
+      const std::string shown = value(RequireForm1());
+      out_ << name << " = " << shown << '\n';
       return true;
     }
-    static const char* const kPlayFields[] = {
-        "WonFlag",   "WordCount",  "StartTime", "PracticeFlag", "ColourIndex",  "Letters",
-        "ClickCount", "BestTime", "BestTitle", "RunBestTime",  "RunBestTitle"};
-    bool isPlayField = false;
-    for (const char* f : kPlayFields) isPlayField = isPlayField || name == f;
-    if (!isPlayField) return false;
-    const Form1& f = RequireForm1();
-    const std::string prefix = name + " = ";
-    if (name == "WonFlag") out_ << prefix << f.Play.WonFlag << '\n';
-    else if (name == "WordCount") out_ << prefix << f.Play.WordCount << '\n';
-    else if (name == "StartTime") out_ << prefix << ShowDouble(f.Play.StartTime) << '\n';
-    else if (name == "PracticeFlag") out_ << prefix << f.Play.PracticeFlag << '\n';
-    else if (name == "ColourIndex") out_ << prefix << f.Play.ColourIndex << '\n';
-    else if (name == "Letters") out_ << prefix << JsonString(f.Sel.Letters) << '\n';
-    else if (name == "ClickCount") out_ << prefix << f.Sel.ClickCount << '\n';
-    else if (name == "BestTime") out_ << prefix << ShowDouble(f.Records.BestTime) << '\n';
-    else if (name == "BestTitle") out_ << prefix << JsonString(f.Records.BestTitle) << '\n';
-    else if (name == "RunBestTime") out_ << prefix << ShowDouble(f.Records.RunBestTime) << '\n';
-    else if (name == "RunBestTitle") out_ << prefix << JsonString(f.Records.RunBestTitle) << '\n';
-    return true;
+    return false;
+  }
+
+  // --- The runtime's helpers ------------------------------------------------
+
+  void ProfileRead(const Args& a) {
+    ProfileValue v;
+    front_->Door().Dispatch([&] { v = front_->Store().ReadProfileValue(a[1], a[2], a[3]); });
+    out_ << "profile-read = " << JsonString(v.text) << ' ' << v.length << '\n';
+  }
+
+  void ProfileWrite(const Args& a) {
+    front_->Door().Dispatch([&] { front_->Store().WriteProfileValue(a[1], a[2], a[3]); });
+  }
+
+  void FormatNumber(const Args& a) {
+    const auto v = ParseNumber(a[1]);
+    if (!v) Fail("format needs a number");
+    out_ << "format = " << JsonString(Format(*v)) << '\n';
+  }
+
+  void FormatTimeOf(const Args& a) {
+    const auto v = ParseNumber(a[1]);
+    if (!v) Fail("format-time needs a number");
+    out_ << "format-time = " << JsonString(FormatTime(*v)) << '\n';
+  }
+
+  void ValOf(const Args& a) {
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.17g", Val(a[1]));
+    out_ << "val = " << buf << '\n';
   }
 
   // --- Printing -------------------------------------------------------------
