@@ -289,8 +289,7 @@ void PaintGridPicture(QPainter& painter, const GridPicture& picture, GridLines l
       if (cell.text.empty()) continue;
       const QRectF box(xs[c], ys[r], xs[c + 1] - xs[c], ys[r + 1] - ys[r]);
       (cell.bold ? bold : regular)
-          .Add(cell.bold ? boldGlyphs : regularGlyphs, painter, box, AlignmentOf(cell.alignment),
-               QString::fromUtf8(cell.text.data(), static_cast<qsizetype>(cell.text.size())));
+          .Add(cell.bold ? boldGlyphs : regularGlyphs, painter, box, AlignmentOf(cell.alignment), ToQString(cell.text));
     }
   }
   painter.setPen(Qt::black);  // drawText of a missing letter may have left another font set
