@@ -1,18 +1,20 @@
 // pelmora-sheets: word-search worksheets for a class. Deals many puzzles of
-// one word list, each as the game deals it, into one PDF of printed sheets,
-// each optionally followed by its answer key; or stores a word list as a new
-// game. See --help, or the manual page made from the same text.
+// one word list, each as the game deals it, into one PDF of worksheets, one
+// a page, optionally followed by their answer keys; or stores a word list as
+// a new game. See --help, or the manual page made from the same text.
 
 #include <unistd.h>
 
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QSaveFile>
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <set>
@@ -27,13 +29,12 @@
 #include "platform/file_system.h"
 #include "platform/random.h"
 #include "platform/text.h"
-#include "play/printed_sheet.h"
 #include "profile/game_library.h"
 #include "profile/profile_store.h"
 #include "tools/pelmora-sheets/new_game.h"
 #include "tools/pelmora-sheets/puzzle.h"
-#include "tools/pelmora-sheets/sheet_pdf.h"
 #include "tools/pelmora-sheets/word_list.h"
+#include "tools/pelmora-sheets/worksheet.h"
 
 namespace pelmora {
 namespace {
@@ -45,22 +46,28 @@ constexpr int kMostCopies = 100000;
 
 constexpr const char* kUsage =
     "usage: pelmora-sheets [--ini PATH] (--game NAME | --words FILE) [--copies N] [--answers]\n"
-    "                      [--seed S] -o OUT.pdf\n"
+    "                      [--paper a4|letter] [--title TEXT] [--no-word-list] [--seed S]\n"
+    "                      -o OUT.pdf\n"
     "       pelmora-sheets [--ini PATH] --add-game NAME --words FILE\n";
 
 constexpr const char* kHelp =
     "Makes word-search worksheets for a class: N different puzzles of one word list in\n"
-    "one PDF, each a fresh deal of the words as the game deals them, printed as the\n"
-    "game prints a sheet (the board, and the words to find beside it), one A4 page a\n"
-    "puzzle. Or stores a word list as a new game.\n"
+    "one PDF, each a fresh deal of the words as the game deals them, one puzzle a page:\n"
+    "a title, a line for the pupil's name and the date, what to do, the board as large\n"
+    "as the paper allows, the words to find under it, and \"Puzzle N of M\" at the foot.\n"
+    "Or stores a word list as a new game.\n"
     "\n"
     "  --game NAME      deal the words of the stored game NAME\n"
     "  --words FILE     deal the words of a text file: one word a line; blank lines and\n"
     "                   lines starting with # are skipped; each word keeps only its\n"
     "                   letters A to Z, upper-cased, at most 15; at most 16 words\n"
     "  --copies N       make N puzzles, each dealt anew (default 1)\n"
-    "  --answers        follow each puzzle's page with its answer key: the same board\n"
-    "                   with every hidden word ringed, each word in its own colour\n"
+    "  --answers        after all the puzzles, their answer keys, four to a page: each\n"
+    "                   board with every hidden word marked by a band in its own colour\n"
+    "  --paper PAPER    a4 or letter; by default the paper of the locale (LC_PAPER)\n"
+    "  --title TEXT     the title at the head of every page (default: the game's name,\n"
+    "                   or the word file's name without its extension)\n"
+    "  --no-word-list   leave the words to find off the pages\n"
     "  --seed S         deal the same puzzles on every run (S a whole number); without\n"
     "                   it every run deals new ones\n"
     "  -o OUT.pdf       the PDF file to write (replaced only once it is complete)\n"
@@ -79,6 +86,7 @@ constexpr const char* kHelp =
     "\n"
     "Examples:\n"
     "  pelmora-sheets --words spring.txt --copies 30 --answers -o spring.pdf\n"
+    "  pelmora-sheets --words spring.txt --copies 30 --paper letter --title \"Spring\" -o spring.pdf\n"
     "  pelmora-sheets --add-game Spring --words spring.txt\n"
     "  pelmora-sheets --game SPRING --copies 30 --seed 7 -o spring.pdf\n";
 
@@ -102,6 +110,9 @@ struct Options {
   std::optional<std::string> game, words, output, addGame;
   int copies = 1;
   bool answers = false;
+  std::optional<Paper> paper;
+  std::optional<std::string> title;
+  bool wordList = true;
   std::optional<std::uint64_t> seed;
 };
 
@@ -133,6 +144,18 @@ std::string ParseOptions(int argc, char** argv, Options& o) {
       o.help = true;
     } else if (arg == "--answers" && !attached) {
       o.answers = seenPuzzleOption = true;
+    } else if (arg == "--no-word-list" && !attached) {
+      o.wordList = false;
+      seenPuzzleOption = true;
+    } else if (arg == "--paper" || arg == "--title") {
+      if (!value(v)) return std::string(arg) + " needs a value";
+      seenPuzzleOption = true;
+      if (arg == "--title") {
+        o.title = v;
+      } else {
+        o.paper = PaperNamed(v);
+        if (!o.paper) return "unknown paper \"" + v + "\": --paper takes a4 or letter";
+      }
     } else if (arg == "--ini" || arg == "--game" || arg == "--words" || arg == "-o" || arg == "--output" ||
                arg == "--add-game" || arg == "--copies" || arg == "--seed") {
       if (!value(v)) return std::string(arg) + " needs a value";
@@ -181,18 +204,22 @@ class Progress {
  public:
   explicit Progress(int total) : total_(total), terminal_(isatty(STDERR_FILENO) == 1) {}
 
-  void Done(int count) {
+  // count of the run's total puzzles made, or of their keys (the keys are
+  // counted afresh from the first).
+  void Done(int count, const char* what = "puzzles") {
+    if (what != what_) tenths_ = 0;
+    what_ = what;
     const auto now = Clock::now();
     if (now - start_ < std::chrono::seconds(1)) return;
     if (terminal_) {
       if (showing_ && count < total_ && now - drawn_ < std::chrono::milliseconds(100)) return;
-      std::fprintf(stderr, "\rpelmora-sheets: %d of %d puzzles", count, total_);
+      std::fprintf(stderr, "\rpelmora-sheets: %d of %d %s", count, total_, what);
       std::fflush(stderr);
       showing_ = true;
       drawn_ = now;
     } else if (count * 10 / total_ > tenths_) {
       tenths_ = count * 10 / total_;
-      Say(std::to_string(count) + " of " + std::to_string(total_) + " puzzles");
+      Say(std::to_string(count) + " of " + std::to_string(total_) + " " + what);
     }
   }
 
@@ -216,6 +243,7 @@ class Progress {
   Clock::time_point drawn_;
   bool showing_ = false;
   int tenths_ = 0;
+  const char* what_ = "";
 };
 
 std::string ProfilePath(const Options& o) { return o.ini.empty() ? PlayerProfilePath() : o.ini; }
@@ -231,51 +259,64 @@ int StoreGame(const Options& o, const std::vector<std::string>& words) {
 }
 
 // The words of the stored game, read as a deal in the window reads them.
-std::string ReadStoredGame(const Options& o, std::vector<std::string>& words) {
+std::string ReadStoredGame(const Options& o, std::vector<std::string>& words, std::string& title) {
   PosixFileSystem fileSystem;
   ProfileStore store(ProfilePath(o), fileSystem);
   for (const std::string& game : ListGames(store, /*gamesStops=*/false)) {
     if (UCase(game) != UCase(*o.game)) continue;
     words = ReadGameWords(store, game);
+    title = game;
     return {};
   }
   return store.Path() + " has no game called " + *o.game;
 }
 
-int MakeSheets(const Options& o, const std::vector<std::string>& words) {
+int MakeSheets(const Options& o, const std::vector<std::string>& words, const std::string& title) {
   const QString path = QString::fromLocal8Bit(o.output->c_str());
   QSaveFile file(path);
   if (!file.open(QIODevice::WriteOnly)) {
     Say("can't write " + *o.output + ": " + file.errorString().toStdString());
     return kWriteError;
   }
-  SheetPdf pdf(file);
+  SheetOptions sheets;
+  sheets.paper = o.paper ? *o.paper : LocalePaper();
+  sheets.title = o.title ? *o.title : title;
+  sheets.puzzleCount = o.copies;
+  sheets.wordList = o.wordList;
+  WorksheetPdf pdf(file, sheets);
   std::unique_ptr<RandomSource> random;
   if (o.seed) random = std::make_unique<SeededRandom>(*o.seed);
   else random = std::make_unique<ClockSeededRandom>();
 
   FlexGrid grid("Grid1", TwipRect{}, 0);
   SetUpBoard(grid);
-  Form3 sheet;
   Progress progress(o.copies);
+  auto unpainted = [&] {
+    progress.Finish();
+    Say("can't write " + *o.output + ": the PDF could not be drawn");
+    return kWriteError;
+  };
   std::set<std::string> told;  // each set of left-out words is named once
-  const std::string of = " of " + std::to_string(o.copies);
+  // The keys come after every puzzle, so that the pupils' pages print as
+  // one run: what each key shows is kept until then.
+  std::vector<PuzzleKey> keys;
+  if (o.answers) keys.reserve(static_cast<std::size_t>(o.copies));
   for (int n = 1; n <= o.copies; ++n) {
-    const Puzzle puzzle = DealPuzzle(grid, *random, words);
+    Puzzle puzzle = DealPuzzle(grid, *random, words);
     if (!puzzle.deal.leftOut.empty()) {
       const std::string news = LeftOutMessage(puzzle.deal.leftOut);
       if (told.insert(news).second) progress.Tell(news);
     }
-    FillSheet(sheet, puzzle);
-    const std::string number = std::to_string(n) + of;
-    bool painted = pdf.AddPage(sheet, {}, "Puzzle " + number);
-    if (painted && o.answers) painted = pdf.AddPage(sheet, AnswerRings(puzzle), "Answers to puzzle " + number);
-    if (!painted) {
-      progress.Finish();
-      Say("can't write " + *o.output + ": the PDF could not be drawn");
-      return kWriteError;
-    }
+    PuzzleKey key{BoardLetters(*puzzle.board), std::move(puzzle.deal.placed)};
+    if (!pdf.AddPuzzle(key.board, puzzle.wordList)) return unpainted();
+    if (o.answers) keys.push_back(std::move(key));
     progress.Done(n);
+  }
+  constexpr int kKeysAPage = 4;
+  for (int first = 0; first < static_cast<int>(keys.size()); first += kKeysAPage) {
+    const int count = std::min(kKeysAPage, static_cast<int>(keys.size()) - first);
+    if (!pdf.AddKeyPage(first + 1, &keys[static_cast<std::size_t>(first)], count)) return unpainted();
+    progress.Done(first + count, "keys");
   }
   progress.Finish();
   if (!pdf.Finish() || !file.commit()) {
@@ -301,10 +342,12 @@ int main(int argc, char** argv) {
   if (!problem.empty()) return Refuse(problem + " (see pelmora-sheets --help)");
 
   std::vector<std::string> words;
+  std::string title;  // what the pages are titled unless --title says
   if (o.words) {
     WordList list = ReadWordFile(*o.words);
     if (!list.error.empty()) return Refuse(list.error);
     words = std::move(list.words);
+    title = std::filesystem::path(*o.words).stem().string();
   }
 
   // Qt's own arguments are not the tool's: the application sees none.
@@ -319,8 +362,8 @@ int main(int argc, char** argv) {
   if (std::getenv("QT_QPA_PLATFORM") == nullptr) setenv("QT_QPA_PLATFORM", "offscreen", 1);
   QGuiApplication app(qtArgc, qtArgv);
   if (o.game) {
-    const std::string missing = ReadStoredGame(o, words);
+    const std::string missing = ReadStoredGame(o, words, title);
     if (!missing.empty()) return Refuse(missing);
   }
-  return MakeSheets(o, words);
+  return MakeSheets(o, words, title);
 }
