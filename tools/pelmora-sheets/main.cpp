@@ -213,7 +213,7 @@ class Progress {
     if (now - start_ < std::chrono::seconds(1)) return;
     if (terminal_) {
       if (showing_ && count < total_ && now - drawn_ < std::chrono::milliseconds(100)) return;
-      std::fprintf(stderr, "\rpelmora-sheets: %d of %d %s", count, total_, what);
+      std::fprintf(stderr, "\rpelmora-sheets: %d of %d %s\033[K", count, total_, what);
       std::fflush(stderr);
       showing_ = true;
       drawn_ = now;

@@ -282,19 +282,21 @@ bool WorksheetPdf::AddKeyPage(int firstNumber, const PuzzleKey* keys, int count)
   p.drawText(QRectF(0, height - footHeight, width, footHeight), Qt::AlignCenter, foot.arg(options_.puzzleCount));
   p.setPen(Qt::black);
 
-  // Two by two, each key centred in its quarter of the page.
-  const double gutter = Mm(12);
-  const double quarterWidth = (width - gutter) / 2, quarterHeight = (height - footHeight - Mm(4) - gutter) / 2;
+  // Two by two, as wide as half the page allows, the rows spread evenly
+  // down it.
+  const double gutter = Mm(12), room = height - footHeight - Mm(4);
+  const double halfWidth = (width - gutter) / 2;
   const QFont numberFont = Face(12, true), titleFont = Face(12);
   const QFontMetricsF numberMetrics(numberFont, &writer_);
   const double headHeight = numberMetrics.height(), headGap = Mm(2.5);
   for (int k = 0; k < count; ++k) {
     const PuzzleKey& key = keys[k];
     const int cells = key.board.Cols();
-    const double cell = std::min(quarterWidth, quarterHeight - headHeight - headGap) / cells;
-    const double side = cell * cells;
-    const double left = (k % 2) * (quarterWidth + gutter) + (quarterWidth - side) / 2;
-    const double top = (k / 2) * (quarterHeight + gutter) + (quarterHeight - headHeight - headGap - side) / 2;
+    const double cell = std::min(halfWidth, (room - gutter) / 2 - headHeight - headGap) / cells;
+    const double side = cell * cells, block = headHeight + headGap + side;
+    const double space = (room - 2 * block) / 3;
+    const double left = (k % 2) * (halfWidth + gutter) + (halfWidth - side) / 2;
+    const double top = space + (k / 2) * (block + space);
 
     const QString number = QStringLiteral("Puzzle %1").arg(firstNumber + k);
     const double numberWidth = numberMetrics.horizontalAdvance(number);
