@@ -163,14 +163,20 @@ bool WorksheetPdf::NextPage() {
   return !failed_;
 }
 
-bool WorksheetPdf::AddPuzzle(const BoardLetters& board, const std::vector<std::string>& words) {
-  if (!NextPage()) return false;
-  ++puzzlesMade_;
-  QPainter& p = painter_;
-  const double width = writer_.width(), height = writer_.height();
-  double y = 0;
+double WorksheetPdf::PaintFoot(const QString& line) {
+  const QFont font = Face(10);
+  const double height = QFontMetricsF(font, &writer_).height();
+  painter_.setFont(font);
+  painter_.setPen(QColor(0x50, 0x50, 0x50));
+  painter_.drawText(QRectF(0, writer_.height() - height, writer_.width(), height), Qt::AlignCenter, line);
+  painter_.setPen(Qt::black);
+  return writer_.height() - height;
+}
 
-  // The head: title, a line for the name and the date, what to do.
+double WorksheetPdf::PaintHead(bool wordList) {
+  QPainter& p = painter_;
+  const double width = writer_.width();
+  double y = 0;
   if (!options_.title.empty()) {
     QFont font = Face(22, true);
     const QString title = FitLine(font, Q(options_.title), width, 14, &writer_);
@@ -197,8 +203,7 @@ bool WorksheetPdf::AddPuzzle(const BoardLetters& board, const std::vector<std::s
   {
     QFont font = Face(12);
     const QString line =
-        options_.wordList && !words.empty()
-            ? QStringLiteral("Find the words below in the grid: across, down or diagonally, forwards or backwards.")
+        wordList ? QStringLiteral("Find the words below in the grid: across, down or diagonally, forwards or backwards.")
             : QStringLiteral("Find the hidden words in the grid: across, down or diagonally, forwards or backwards.");
     const QString fitted = FitLine(font, line, width, 8, &writer_);
     p.setFont(font);
@@ -206,21 +211,22 @@ bool WorksheetPdf::AddPuzzle(const BoardLetters& board, const std::vector<std::s
     p.drawText(QRectF(0, y, width, lineHeight), Qt::AlignHCenter | Qt::AlignTop, fitted);
     y += lineHeight;
   }
+  return y;
+}
 
-  // The foot: which puzzle this is.
-  const QFont footFont = Face(10);
-  const double footHeight = QFontMetricsF(footFont, &writer_).height();
-  p.setFont(footFont);
-  p.setPen(QColor(0x50, 0x50, 0x50));
-  p.drawText(QRectF(0, height - footHeight, width, footHeight), Qt::AlignCenter,
-             QStringLiteral("Puzzle %1 of %2").arg(puzzlesMade_).arg(options_.puzzleCount));
-  p.setPen(Qt::black);
+bool WorksheetPdf::AddPuzzle(const BoardLetters& board, const std::vector<std::string>& words) {
+  if (!NextPage()) return false;
+  ++puzzlesMade_;
+  QPainter& p = painter_;
+  const double width = writer_.width();
+  const bool bank = options_.wordList && !words.empty();
+  const double head = PaintHead(bank);
+  const double foot = PaintFoot(QStringLiteral("Puzzle %1 of %2").arg(puzzlesMade_).arg(options_.puzzleCount));
 
   // The board and the words under it share the room between head and foot,
   // the board as wide as it can be and the two centred in that room. Long
   // words in a short room get a smaller face, so more columns fit.
-  const double top = y + Mm(7), bottom = height - footHeight - Mm(7);
-  const bool bank = options_.wordList && !words.empty();
+  const double top = head + Mm(7), bottom = foot - Mm(7);
   const int count = static_cast<int>(words.size()), cells = board.Cols();
   const double bankGap = Mm(9), smallestSide = Mm(kSmallestCellMm) * cells;
   QFont bankFont;
@@ -270,21 +276,16 @@ bool WorksheetPdf::AddPuzzle(const BoardLetters& board, const std::vector<std::s
 bool WorksheetPdf::AddKeyPage(int firstNumber, const PuzzleKey* keys, int count) {
   if (!NextPage()) return false;
   QPainter& p = painter_;
-  const double width = writer_.width(), height = writer_.height();
-
-  const QFont footFont = Face(10);
-  const double footHeight = QFontMetricsF(footFont, &writer_).height();
-  p.setFont(footFont);
-  p.setPen(QColor(0x50, 0x50, 0x50));
-  const int last = firstNumber + count - 1;
-  const QString foot = count == 1 ? QStringLiteral("Answers to puzzle %1 of %2").arg(firstNumber)
-                                  : QStringLiteral("Answers to puzzles %1 to %2 of %3").arg(firstNumber).arg(last);
-  p.drawText(QRectF(0, height - footHeight, width, footHeight), Qt::AlignCenter, foot.arg(options_.puzzleCount));
-  p.setPen(Qt::black);
+  const double width = writer_.width();
+  const QString which = count == 1 ? QStringLiteral("Answers to puzzle %1 of %2").arg(firstNumber)
+                                   : QStringLiteral("Answers to puzzles %1 to %2 of %3")
+                                         .arg(firstNumber)
+                                         .arg(firstNumber + count - 1);
+  const double foot = PaintFoot(which.arg(options_.puzzleCount));
 
   // Two by two, as wide as half the page allows, the rows spread evenly
   // down it.
-  const double gutter = Mm(12), room = height - footHeight - Mm(4);
+  const double gutter = Mm(12), room = foot - Mm(4);
   const double halfWidth = (width - gutter) / 2;
   const QFont numberFont = Face(12, true), titleFont = Face(12);
   const QFontMetricsF numberMetrics(numberFont, &writer_);

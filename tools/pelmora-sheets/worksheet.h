@@ -78,6 +78,11 @@ class WorksheetPdf {
  private:
   bool NextPage();
   double Mm(double millimetres) const;
+  // The title, the line for the name and the date, and what to do (which
+  // speaks of the words below when they are there); returns where it ends.
+  double PaintHead(bool wordList);
+  // A line at the foot of the page; returns where it begins.
+  double PaintFoot(const QString& line);
 
   SheetOptions options_;
   QPdfWriter writer_;
