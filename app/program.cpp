@@ -1,18 +1,11 @@
 #include "app/program.h"
 
 #include <QApplication>
-#include <QFile>
 #include <QIcon>
-#include <QStandardPaths>
 #include <cstdint>
 #include <cstdio>
 
 namespace pelmora {
-
-std::string PlayerProfilePath() {
-  const QString config = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
-  return QFile::encodeName(config + QStringLiteral("/pelmora/wsearch.ini")).toStdString();
-}
 
 void IdentifyApplication() {
   QApplication::setApplicationName(QStringLiteral("Pelmora"));

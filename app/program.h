@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "app/profile_path.h"
 #include "app/program_parts.h"
 #include "platform/clock.h"
 #include "platform/event_door.h"
@@ -20,11 +21,6 @@ namespace pelmora {
 
 // The id the launcher, the icon and the software-centre entry share.
 inline constexpr const char* kDesktopId = "io.github.pelmora.Pelmora";
-
-// The player's profile: one file in the user's configuration folder, never
-// beside the program or in the working directory. Needs the application
-// object (the folder is the desktop's, as Qt reads it).
-std::string PlayerProfilePath();
 
 // Names the application for the desktop (window grouping, the launcher's
 // icon). Call once, after the application object is made.

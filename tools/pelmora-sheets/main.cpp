@@ -22,7 +22,7 @@
 #include <string_view>
 #include <vector>
 
-#include "app/program.h"
+#include "app/profile_path.h"
 #include "board/board.h"
 #include "board/deal.h"
 #include "platform/event_door.h"
