@@ -73,6 +73,13 @@ QRect BoardSurface::PixelsOfTwips(const QRectF& twips) const {
 
 QRect BoardSurface::CellPixels(int row, int col) const { return PixelsOfTwips(CellTwips(row, col)); }
 
+QRect BoardSurface::LetterPixels(int row, int col) const {
+  const QRectF cell = CellTwips(row, col);
+  // Two pixels inside the cell's edges, clear of its lines and of the focus
+  // frame's outer edge: all white there but the letter.
+  return PixelsOfTwips(LetterBoxTwips(cell)) & PixelsOfTwips(cell).adjusted(3, 3, -3, -3);
+}
+
 void BoardSurface::TakeChanges(const GridPicture* before, const GridPicture& after) {
   if (!before || circlesShown_ || before->rows != after.rows || before->cols != after.cols ||
       before->rowHeights != after.rowHeights || before->colWidths != after.colWidths) {
@@ -99,13 +106,11 @@ void BoardSurface::TakeChanges(const GridPicture* before, const GridPicture& aft
   for (int index : changed) {
     const int r = index / after.cols;
     const int c = index % after.cols;
-    stale += lettersOnly ? PixelsOfTwips(LetterBoxTwips(CellTwips(r, c))) : CellPixels(r, c);
+    stale += lettersOnly ? LetterPixels(r, c) : CellPixels(r, c);
   }
   if (lettersOnly) {
-    // One rectangle: the letters are painted box by box whatever it covers.
     letters_.insert(letters_.end(), changed.begin(), changed.end());
-    lettersArea_ |= stale.boundingRect() & rect();
-    stale = lettersArea_;
+    lettersArea_ += stale;
   } else {
     letters_.clear();
   }
@@ -160,12 +165,19 @@ void BoardSurface::paintEvent(QPaintEvent* event) {
   stale_ -= event->region();
   std::vector<int> letters;
   letters.swap(letters_);
-  const bool lettersOnly = !letters.empty() && shown_ && event->region() == QRegion(lettersArea_);
-  lettersArea_ = QRect();
+  const bool lettersOnly =
+      !letters.empty() && shown_ && event->region().subtracted(lettersArea_).isEmpty();
+  lettersArea_ = QRegion();
   QPainter painter(this);
   const double twipsPerPixel = TwipsPerPixel();
   const bool frame = hasFocus() && shown_ && shown_->rows > 0 && shown_->cols > 0;
   if (lettersOnly) {
+    // Every pixel of the region is painted, as the board promises Qt: a
+    // window whose buffer has an alpha channel (Wayland's) hands the region
+    // over cleared to transparent, and what is left so shows black. The
+    // region holds only the inside of letter boxes, which is white but for
+    // the letter.
+    for (const QRect& part : event->region()) painter.fillRect(part, Qt::white);
     painter.save();
     painter.scale(1.0 / twipsPerPixel, 1.0 / twipsPerPixel);
     PaintGridLetters(painter, *shown_, letters);

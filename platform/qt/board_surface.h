@@ -56,6 +56,8 @@ class BoardSurface final : public QWidget, public ControlView {
   // edges.
   QRect PixelsOfTwips(const QRectF& twips) const;
   QRect CellPixels(int row, int col) const;
+  // The pixels a lone letter's box covers in its cell.
+  QRect LetterPixels(int row, int col) const;
   // Marks what the new picture changes for painting.
   void TakeChanges(const GridPicture* before, const GridPicture& after);
   // Paints a part of the surface whole: ground, picture, circles, frame.
@@ -67,7 +69,7 @@ class BoardSurface final : public QWidget, public ControlView {
   bool circlesShown_ = false;  // whether circles were drawn on it
   QRegion stale_;              // what the next Refresh must paint
   std::vector<int> letters_;   // cells whose lone letters alone changed
-  QRect lettersArea_;          // the pixels their boxes cover
+  QRegion lettersArea_;        // the pixels their boxes cover
   std::vector<double> xs_, ys_;
   int focusRow_ = 0;
   int focusCol_ = 0;
