@@ -50,8 +50,9 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # The board's letters are drawn in DejaVu Sans, asked for by name.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "fonts-dejavu-core")
 # The X11 platform plugin is in libqt6gui6 itself; the Wayland one and the
-# desktop's theme are extras.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-qpa-plugins")
+# desktop's theme are extras. libcanberra plays the alert sound straight to a
+# PulseAudio or PipeWire server with its pulse backend, or through ALSA.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-qpa-plugins, qt6-wayland, libcanberra-pulse")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "cups")
 set(CPACK_SOURCE_IGNORE_FILES "/build.*/;/\\\\.git/")
 include(CPack)

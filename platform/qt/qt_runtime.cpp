@@ -134,7 +134,7 @@ int QtRuntime::MsgBox(const std::string& prompt, int value) {
 }
 
 void QtRuntime::Beep() {
-  QApplication::beep();
+  bell_.Ring([] { QApplication::beep(); });
   if (watcher) watcher->Beeped();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
-// The forms runtime on Qt: message boxes, the beep, the busy pointer, the
-// clock, modal forms with a nested event loop, and the printed form. Every
+// The forms runtime on Qt: message boxes, the beep (the desktop's own alert
+// sound), the busy pointer, the clock, modal forms with a nested event loop,
+// and the printed form. Every
 // wait for the player is wrapped in the door's BeforeWait and AfterWait, so
 // nothing written stays only in memory while the program waits.
 //
@@ -17,6 +18,7 @@
 
 #include "platform/clock.h"
 #include "platform/event_door.h"
+#include "platform/qt/desktop_bell.h"
 #include "platform/qt/list_view.h"
 #include "platform/random.h"
 #include "platform/runtime.h"
@@ -83,6 +85,7 @@ class QtRuntime final : public Runtime {
   int mousePointer_ = 0;
   std::vector<Modal> modals_;  // the innermost last
   QPointer<FormWindow> mainWindow_;
+  DesktopBell bell_;
 };
 
 }  // namespace pelmora
