@@ -1,8 +1,9 @@
 // What a player waits for in the Qt front end, each from the input event to
 // the pixels: one press on the board, ringed and judged, with the surface
 // repainted; one tick of the idle shuffle with its repaint; the printed page
-// composed as a PDF; one key in the designer's name box over a profile of
-// 4096 games, with the game list refilled on screen. Each runs the
+// composed as a PDF, and handed to the default printer; one key in the
+// designer's name box over a profile of 4096 games, with the game list
+// refilled on screen. Each runs the
 // program's own wiring on a profile of its own, on the offscreen platform
 // unless a display is chosen.
 
@@ -183,6 +184,34 @@ void BM_PrintedPageAsPdf(benchmark::State& state) {
   state.counters["bytes"] = benchmark::Counter(static_cast<double>(QFile(pdf).size()));
 }
 BENCHMARK(BM_PrintedPageAsPdf)->Unit(benchmark::kMillisecond);
+
+// (e) Print pressed to the job taken by the default printer's queue: the
+// click, the sheet drawn on the printer's paper and handed to the print
+// system, which answers once it holds the job. Needs a printer:
+//
+//   tests/desktop/under-cups build-check/bench/qt_play_bench --benchmark_filter=Printer
+void BM_PrintToTheDefaultPrinter(benchmark::State& state) {
+  QTemporaryDir dir;
+  auto program = Start(WriteProfile(dir, OneGameProfile()));
+  if (!program || !DealFirstGame(*program)) {
+    state.SkipWithError("the game did not start");
+    return;
+  }
+  QWidget* print = program->MainWindow().WidgetFor(program->MainForm().Command3);
+  // A print that fails brings the save dialog; it is cancelled, and counted.
+  int failed = 0;
+  QTimer answer;
+  QObject::connect(&answer, &QTimer::timeout, [&failed] {
+    if (QWidget* dialog = QApplication::activeModalWidget()) {
+      ++failed;
+      dialog->close();
+    }
+  });
+  answer.start(5);
+  for (auto _ : state) QTest::mouseClick(print, Qt::LeftButton);
+  if (failed > 0) state.SkipWithError("the printer did not take the sheet");
+}
+BENCHMARK(BM_PrintToTheDefaultPrinter)->Unit(benchmark::kMillisecond)->Iterations(20);
 
 // (d) One key in the designer's name box with 4096 games stored: the key
 // through the door, the list read from the profile again, and the widget's

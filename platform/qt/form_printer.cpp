@@ -1,12 +1,18 @@
 #include "platform/qt/form_printer.h"
 
+#include <QBuffer>
+#include <QFile>
 #include <QFileInfo>
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QPagedPaintDevice>
 #include <QPainter>
 #include <QPdfWriter>
+#include <cerrno>
 #include <cmath>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include "platform/control_visitor.h"
 #include "platform/qt/board_painter.h"
@@ -175,17 +181,63 @@ QImage RenderFormToImage(Form& form, double dpi) {
   return image;
 }
 
+QPageLayout SavedSheetLayout() {
+  return QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait, QMarginsF(12.7, 12.7, 12.7, 12.7),
+                     QPageLayout::Millimeter);
+}
+
+QByteArray RenderFormToPdf(Form& form, const QPageLayout& page) {
+  QBuffer pdf;
+  pdf.open(QIODevice::WriteOnly);
+  {
+    QPdfWriter writer(&pdf);
+    writer.setResolution(1200);
+    writer.setCreator(QStringLiteral("Pelmora"));
+    writer.setTitle(QStringLiteral("Pelmora sheet"));
+    writer.setPageLayout(page);
+    if (!PrintFormOn(writer, form)) return {};
+  }
+  return pdf.data();
+}
+
+std::string WriteWholeFile(const QString& path, const QByteArray& bytes) {
+  const QByteArray name = QFile::encodeName(path);
+  const int fd = ::open(name.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (fd < 0) return std::strerror(errno);
+  const char* at = bytes.constData();
+  for (qsizetype left = bytes.size(); left > 0;) {
+    const ssize_t written = ::write(fd, at, static_cast<std::size_t>(left));
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) {
+      const std::string why = std::strerror(written < 0 ? errno : ENOSPC);
+      ::close(fd);
+      ::unlink(name.constData());  // no half a sheet left behind
+      return why;
+    }
+    at += written;
+    left -= written;
+  }
+  // A full disk may show only now.
+  if (::fsync(fd) != 0 && errno != EINVAL) {
+    const std::string why = std::strerror(errno);
+    ::close(fd);
+    ::unlink(name.constData());
+    return why;
+  }
+  if (::close(fd) != 0) {
+    const std::string why = std::strerror(errno);
+    ::unlink(name.constData());
+    return why;
+  }
+  return {};
+}
+
 bool RenderFormToFile(Form& form, const QString& path) {
   const QString suffix = QFileInfo(path).suffix().toLower();
   if (suffix == QLatin1String("png")) return RenderFormToImage(form, kPngDpi).save(path, "PNG");
   if (suffix != QLatin1String("pdf")) return false;
-  QPdfWriter writer(path);
-  writer.setResolution(1200);
-  writer.setCreator(QStringLiteral("Pelmora"));
-  writer.setTitle(QStringLiteral("Pelmora sheet"));
-  writer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
-                                   QMarginsF(12.7, 12.7, 12.7, 12.7), QPageLayout::Millimeter));
-  return PrintFormOn(writer, form);
+  const QByteArray pdf = RenderFormToPdf(form, SavedSheetLayout());
+  return !pdf.isEmpty() && WriteWholeFile(path, pdf).empty();
 }
 
 }  // namespace pelmora

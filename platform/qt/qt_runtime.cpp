@@ -3,13 +3,12 @@
 #include <QApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QEventLoop>
 #include <QKeyEvent>
 #include <QTimer>
 #include <QFileDialog>
 #include <QMessageBox>
-#include <QPrinter>
-#include <QPrinterInfo>
 #include <QPushButton>
 #include <QScreen>
 #include <QStandardPaths>
@@ -18,6 +17,7 @@
 #include "platform/form.h"
 #include "platform/qt/form_printer.h"
 #include "platform/qt/form_window.h"
+#include "platform/qt/print_queue.h"
 #include "platform/qt/twips.h"
 #include "platform/runtime_helpers.h"
 
@@ -237,18 +237,24 @@ bool QtRuntime::PrintForm(Form& form) {
     if (watcher) watcher->SheetPrinted(path);
     return true;
   }
-  const QPrinterInfo printerInfo = QPrinterInfo::defaultPrinter();
-  if (!printerInfo.isNull()) {
-    QPrinter printer(printerInfo, QPrinter::HighResolution);
-    printer.setDocName(QStringLiteral("Pelmora sheet"));
-    if (PrintFormOn(printer, form) && printer.printerState() != QPrinter::Error) return true;
+  // The default printer's own paper and printable area; the job goes to
+  // the print system whole, so a refusal is known.
+  const std::optional<PrintQueue> queue = DefaultPrintQueue();
+  std::string why;
+  if (queue) {
+    why = queue->fault;
+    if (why.empty()) {
+      const QByteArray pdf = RenderFormToPdf(form, queue->page);
+      why = pdf.isEmpty() ? "the sheet could not be drawn" : SubmitPdf(*queue, pdf, "Pelmora sheet");
+    }
+    if (why.empty()) return true;
   }
-  // No printer, or the print failed: offer a PDF file instead, and say why.
-  // The documents folder is proposed where there is one; none is made for
-  // it, and the home folder stands in.
-  const QString title = printerInfo.isNull()
-                            ? QStringLiteral("No printer was found - save the sheet as PDF")
-                            : QStringLiteral("The sheet could not be printed - save it as PDF");
+  // No printer, or the print system didn't take the sheet: offer a PDF
+  // file instead, and say why. The documents folder is proposed where there
+  // is one; none is made for it, and the home folder stands in.
+  const QString title = !queue ? QStringLiteral("No printer was found - save the sheet as PDF")
+                               : QStringLiteral("The sheet could not be printed (%1) - save it as PDF")
+                                     .arg(QString::fromStdString(why));
   const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
   const QString folder = !documents.isEmpty() && QDir(documents).exists() ? documents : QDir::homePath();
   const QString proposed = QDir(folder).filePath(QStringLiteral("Pelmora sheet.pdf"));
@@ -257,7 +263,13 @@ bool QtRuntime::PrintForm(Form& form) {
   });
   if (path.isEmpty()) return false;
   if (!path.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive)) path += QLatin1String(".pdf");
-  return RenderFormToFile(form, path);
+  // On the printer's paper where there is a printer.
+  const QByteArray pdf = RenderFormToPdf(form, queue ? queue->page : SavedSheetLayout());
+  const std::string failure = pdf.isEmpty() ? "the sheet could not be drawn" : WriteWholeFile(path, pdf);
+  if (failure.empty()) return true;
+  MsgBox("Pelmora could not save the sheet to " + QFile::encodeName(path).toStdString() + ": " + failure,
+         vbExclamation);
+  return false;
 }
 
 std::unique_ptr<FormWindow> QtRuntime::ShowMainForm(Form& form) {

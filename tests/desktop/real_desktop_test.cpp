@@ -5,10 +5,13 @@
 
 #include <QFileDialog>
 #include <QListWidget>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 #include <memory>
+#include <utility>
 
 #include "app/program.h"
 #include "platform/qt/board_painter.h"
@@ -20,6 +23,43 @@ namespace {
 
 // Waits as long as it takes: the test's own time limit is the only one.
 constexpr int kNoDeadline = 24 * 3600 * 1000;
+
+// Runs a command of the print system; its standard output.
+QString Run(const QString& program, const QStringList& arguments) {
+  QProcess process;
+  process.start(program, arguments);
+  process.waitForFinished(-1);
+  return QString::fromLocal8Bit(process.readAllStandardOutput());
+}
+
+// Answers the file dialogs and message boxes that come up, as a player
+// would: the dialog with path (or cancelled, for none), the box with OK.
+// Keeps what they said.
+class Answerer final : public QObject {
+ public:
+  explicit Answerer(QString path = {}) : path_(std::move(path)) {
+    connect(&poll_, &QTimer::timeout, this, [this] {
+      if (auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget())) {
+        dialogTitles << dialog->windowTitle();
+        if (path_.isEmpty()) {
+          dialog->reject();
+        } else {
+          dialog->selectFile(path_);
+          static_cast<QDialog*>(dialog)->accept();  // QFileDialog keeps its own accept protected
+        }
+      } else if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+        boxTexts << box->text();
+        box->button(QMessageBox::Ok)->click();
+      }
+    });
+    poll_.start(10);
+  }
+  QStringList dialogTitles, boxTexts;
+
+ private:
+  QString path_;
+  QTimer poll_;
+};
 
 // Counts the paint events a widget gets.
 class PaintCounter final : public QObject {
@@ -129,6 +169,62 @@ class RealDesktopTest : public QObject {
     shot = Screenshot(dir_);
     faults = BoardFaults(shot, *surface, *program->MainForm().Picture1.Picture());
     QVERIFY2(faults.isEmpty(), qPrintable(QStringLiteral("dealt: ") + faults));
+  }
+
+  // With a print system whose default printer has Letter paper
+  // (under-cups): Print from the window gives a Letter page with the words
+  // to find. A paused queue takes the job, which waits in it. A queue that
+  // refuses jobs brings the save dialog, its title saying why, and a PDF
+  // that can't be written there is told in one box.
+  void printsToTheDefaultPrinter() {
+    const QDir printed(qEnvironmentVariable("PELMORA_PRINTED"));
+    QVERIFY2(printed.exists(), "PELMORA_PRINTED names no folder: run under tests/desktop/under-cups");
+    // The save dialog shows a home of the test's own.
+    const QString home = dir_.filePath(QStringLiteral("home"));
+    QVERIFY(QDir().mkpath(home));
+    qputenv("HOME", QFile::encodeName(home));
+    auto program = Start();
+    Form1& f = program->MainForm();
+    FormWindow& window = program->MainWindow();
+    QVERIFY(QTest::qWaitForWindowExposed(&window, kNoDeadline));
+    auto* games = qobject_cast<QListWidget*>(window.WidgetFor(f.List2));
+    QTest::mouseClick(games->viewport(), Qt::LeftButton, {}, games->visualItemRect(games->item(0)).center());
+    QWidget* print = window.WidgetFor(f.Command3);
+    {
+      Answerer none;
+      QTest::mouseClick(print, Qt::LeftButton);
+      QCOMPARE(none.dialogTitles, QStringList());
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(!printed.entryList({QStringLiteral("*.pdf")}).isEmpty(), kNoDeadline);
+    const QString sheet = printed.filePath(printed.entryList({QStringLiteral("*.pdf")}).front());
+    // cups-pdf writes the file as the job goes: read it once it is whole.
+    QTRY_VERIFY_WITH_TIMEOUT(Run(QStringLiteral("lpstat"), {QStringLiteral("-o")}).isEmpty(), kNoDeadline);
+    QVERIFY2(Run(QStringLiteral("pdfinfo"), {sheet}).contains(QStringLiteral("612 x 792 pts (letter)")),
+             qPrintable(Run(QStringLiteral("pdfinfo"), {sheet})));
+    const QStringList text = Run(QStringLiteral("pdftotext"), {sheet, QStringLiteral("-")}).split(QRegularExpression("\\s+"));
+    for (const std::string& word : f.List1.Items())
+      QVERIFY2(text.contains(QString::fromStdString(word)), word.c_str());
+
+    Run(QStringLiteral("cupsdisable"), {QStringLiteral("Sheets")});
+    {
+      Answerer none;
+      QTest::mouseClick(print, Qt::LeftButton);
+      QCOMPARE(none.dialogTitles, QStringList());
+    }
+    QVERIFY(!Run(QStringLiteral("lpstat"), {QStringLiteral("-o"), QStringLiteral("Sheets")}).isEmpty());
+
+    Run(QStringLiteral("cupsreject"), {QStringLiteral("Sheets")});
+    const QString unwritable = qEnvironmentVariable("PELMORA_READ_ONLY") + QStringLiteral("/Pelmora sheet.pdf");
+    Answerer answer(unwritable);
+    QTest::mouseClick(print, Qt::LeftButton);
+    QCOMPARE(answer.dialogTitles.size(), 1);
+    QVERIFY2(answer.dialogTitles.front().startsWith(QStringLiteral("The sheet could not be printed (")) &&
+                 answer.dialogTitles.front().contains(QStringLiteral("accepting")),
+             qPrintable(answer.dialogTitles.front()));
+    QCOMPARE(answer.boxTexts.size(), 1);
+    const QString told = QStringLiteral("Pelmora could not save the sheet to ") + unwritable + QStringLiteral(": ");
+    QVERIFY2(answer.boxTexts.front().startsWith(told) && answer.boxTexts.front().size() > told.size(),
+             qPrintable(answer.boxTexts.front()));
   }
 };
 
