@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "app/activation.h"
 #include "app/program.h"
 #include "app/single_window.h"
 
@@ -43,6 +44,7 @@ int main(int argc, char* argv[]) {
       return 0;
     }
   }
+  const QByteArray launchToken = pelmora::LaunchToken();  // before Qt takes it
   QApplication app(argc, argv);  // takes Qt's own options out of argv
   if (argc > 1) {
     std::fprintf(stderr, "pelmora: unknown argument %s\nTry 'pelmora --help'.\n", argv[1]);
@@ -51,9 +53,9 @@ int main(int argc, char* argv[]) {
   pelmora::IdentifyApplication();
   const std::string profile = pelmora::PlayerProfilePath();
   pelmora::SingleWindow single(profile);
-  if (single.HandedToRunning()) return 0;
+  if (single.HandedToRunning(launchToken)) return 0;
   pelmora::Program program(profile);
-  single.onAsked = [&program] { program.BringToFront(); };
+  single.onAsked = [&program](const QByteArray& token) { program.BringToFront(token); };
   program.Start();
   return QApplication::exec();
 }

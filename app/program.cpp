@@ -1,5 +1,7 @@
 #include "app/program.h"
 
+#include "app/activation.h"
+
 #include <QApplication>
 #include <QIcon>
 #include <cstdint>
@@ -26,16 +28,19 @@ Program::Program(const std::string& profilePath, ProgramParts parts)
   door_.onWriteFailed = [this](const std::string& sentence) { runtime_.MsgBox(sentence, vbExclamation); };
 }
 
-void Program::BringToFront() {
+void Program::BringToFront(const QByteArray& launchToken) {
   if (!window_) return;
   if (window_->isMinimized()) window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
   window_->show();
   window_->raise();
-  window_->activateWindow();
-  if (QWidget* modal = QApplication::activeModalWidget()) {
-    modal->raise();
-    modal->activateWindow();
-  }
+  // The token serves once: it goes with the window that takes the keys,
+  // the designer when it is up.
+  QWidget* modal = QApplication::activeModalWidget();
+  if (modal) window_->activateWindow();
+  QWidget& front = modal ? *modal : *window_;
+  front.raise();
+  UseLaunchToken(front, launchToken);
+  front.activateWindow();
 }
 
 void Program::Start() {

@@ -3,6 +3,7 @@
 // one on the player's own file; pelmora-script's Qt front makes one on a file
 // of its own and drives the very same windows.
 
+#include <QByteArray>
 #include <memory>
 #include <string>
 
@@ -42,8 +43,9 @@ class Program {
   void Start();
 
   // Brings the window to the front (and the designer over it, if it is
-  // up), restored if it was minimised.
-  void BringToFront();
+  // up), restored if it was minimised; launchToken is what a later start's
+  // launcher gave it (activation.h).
+  void BringToFront(const QByteArray& launchToken = {});
 
   Form1& MainForm() { return form_; }
   FormWindow& MainWindow() { return *window_; }

@@ -56,21 +56,31 @@ SingleWindow::SingleWindow(const std::string& profilePath) {
   if (folder.isEmpty()) folder = QDir::tempPath();
   name_ = folder + QStringLiteral("/pelmora-%1-%2").arg(::getuid()).arg(QString::fromLatin1(hash));
   server_.setSocketOptions(QLocalServer::UserAccessOption);
+  // A later start writes one line, "show" and its launch token, and closes.
   connect(&server_, &QLocalServer::newConnection, this, [this] {
     while (QLocalSocket* knock = server_.nextPendingConnection()) {
-      knock->disconnectFromServer();
-      knock->deleteLater();
-      if (onAsked) onAsked();
+      const auto answer = [this, knock] {
+        if (knock->property("answered").toBool()) return;
+        knock->setProperty("answered", true);
+        const QByteArray line = knock->readLine().trimmed();
+        knock->deleteLater();
+        if (onAsked) onAsked(line.startsWith("show ") ? line.mid(5) : QByteArray());
+      };
+      connect(knock, &QLocalSocket::readyRead, this, [knock, answer] {
+        if (knock->canReadLine()) answer();
+      });
+      connect(knock, &QLocalSocket::disconnected, this, answer);
+      if (knock->canReadLine() || knock->state() != QLocalSocket::ConnectedState) answer();
     }
   });
 }
 
-bool SingleWindow::HandedToRunning() {
+bool SingleWindow::HandedToRunning(const QByteArray& launchToken) {
   const LockFile lock(name_ + QStringLiteral(".lock"));
   QLocalSocket running;
   running.connectToServer(name_);
   if (running.waitForConnected(1000)) {
-    running.write("show\n");
+    running.write("show " + launchToken.simplified() + "\n");
     running.waitForBytesWritten(1000);
     return true;
   }
