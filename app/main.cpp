@@ -52,10 +52,14 @@ int main(int argc, char* argv[]) {
   }
   pelmora::IdentifyApplication();
   const std::string profile = pelmora::PlayerProfilePath();
-  pelmora::SingleWindow single(profile);
-  if (single.HandedToRunning(launchToken)) return 0;
-  pelmora::Program program(profile);
-  single.onAsked = [&program](const QByteArray& token) { program.BringToFront(token); };
-  program.Start();
-  return QApplication::exec();
+  int status = 0;
+  {
+    pelmora::SingleWindow single(profile);
+    if (single.HandedToRunning(launchToken)) return pelmora::FinishRun(0);
+    pelmora::Program program(profile);
+    single.onAsked = [&program](const QByteArray& token) { program.BringToFront(token); };
+    program.Start();
+    status = QApplication::exec();
+  }
+  return pelmora::FinishRun(status);
 }

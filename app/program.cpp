@@ -6,6 +6,7 @@
 #include <QIcon>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 
 namespace pelmora {
 
@@ -15,6 +16,12 @@ void IdentifyApplication() {
   // Installed, the icon theme has the game's icon; run from the build tree
   // it has none, and the window keeps the platform's default.
   QApplication::setWindowIcon(QIcon::fromTheme(QString::fromLatin1(kDesktopId)));
+}
+
+int FinishRun(int status) {
+  std::fflush(nullptr);
+  if (QGuiApplication::platformName() == QLatin1String("wayland")) std::_Exit(status);
+  return status;
 }
 
 // The store makes the profile's folder on its first write.

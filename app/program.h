@@ -27,6 +27,15 @@ inline constexpr const char* kDesktopId = "io.github.pelmora.Pelmora";
 // icon). Call once, after the application object is made.
 void IdentifyApplication();
 
+// Ends the process with status once the run is over and its program gone:
+// the standard streams are flushed, and on Wayland the process ends there,
+// without the application object closing its connection to the compositor.
+// Qt 6.4's Wayland client stops its two event-reading threads in a race at
+// that point, and now and then hangs for good or aborts in libwayland-client
+// (wl_proxy_unref: Assertion proxy->refcount > 0). Elsewhere it returns
+// status for main to return.
+int FinishRun(int status);
+
 // The game on a profile file: the store, the event door, the Qt runtime and
 // the main window, wired as the program runs them. Needs the application
 // object. Members are destroyed in the reverse order of their making: the

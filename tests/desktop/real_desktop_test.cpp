@@ -228,5 +228,9 @@ class RealDesktopTest : public QObject {
   }
 };
 
-QTEST_MAIN(RealDesktopTest)
+int main(int argc, char** argv) {
+  QApplication app(argc, argv);
+  RealDesktopTest test;
+  return FinishRun(QTest::qExec(&test, argc, argv));
+}
 #include "real_desktop_test.moc"

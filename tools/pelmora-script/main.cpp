@@ -12,6 +12,7 @@
 #if PELMORA_SCRIPT_QT
 #include <QApplication>
 
+#include "app/program.h"
 #include "tools/pelmora-script/qt_front.h"
 #include "tools/pelmora-script/sheet_renderer.h"
 #endif
@@ -59,8 +60,12 @@ int main(int argc, char** argv) {
       setenv("QT_QPA_PLATFORM", "offscreen", 1);
     int qtArgc = 1;
     QApplication app(qtArgc, argv);
-    pelmora::ScriptRunner runner(ini, std::cout, std::cerr, pelmora::MakeQtFront);
-    return RunScript(runner, scriptPath);
+    int status = 0;
+    {
+      pelmora::ScriptRunner runner(ini, std::cout, std::cerr, pelmora::MakeQtFront);
+      status = RunScript(runner, scriptPath);
+    }
+    return pelmora::FinishRun(status);
   }
   pelmora::ScriptRunner runner(ini, std::cout, std::cerr);
   pelmora::SheetRenderer sheets;
