@@ -211,4 +211,16 @@ void PictureBox::UserMouseDown(int button, int shift, float x, float y) {
   if (MouseDown) MouseDown(button, shift, x, y);
 }
 
+void PictureBox::SetNarration(Narration narration) {
+  narration_ = std::move(narration);
+  Notify(Change::Narration);
+}
+
+std::string SpokenCell(std::string_view letter, int row, int col, bool ringed) {
+  std::string said = letter.empty() ? std::string("Empty") : std::string(letter);
+  said += ", row " + std::to_string(row + 1) + ", column " + std::to_string(col + 1);
+  if (ringed) said += ", ringed";
+  return said;
+}
+
 }  // namespace pelmora

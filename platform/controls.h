@@ -16,6 +16,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/picture.h"
@@ -27,7 +28,7 @@ namespace pelmora {
 enum class Change {
   Geometry, Visible, TabIndex, Caption, Text, Value, Enabled,
   ItemAdded, ItemRemoved, Cleared, Selection,
-  Picture, Circle, ZOrder, Refresh, Focus, MaxLength,
+  Picture, Circle, ZOrder, Refresh, Focus, MaxLength, Narration,
 };
 
 class Label;
@@ -267,10 +268,31 @@ class PictureBox : public Control {
   std::function<void(int button, int shift, float x, float y)> MouseDown;
   void UserMouseDown(int button, int shift, float x, float y);
 
+  // What a screen reader hears of the board beyond the letters it shows,
+  // which only the form knows: the form sets it after each of its events
+  // that can change it, and the view says it. Nothing else reads it.
+  struct Narration {
+    // Said in place of the cells while no game is in play; empty in play.
+    std::string idle;
+    // The cells (row, column from 0) under a ring of the letters being spelled.
+    std::vector<std::pair<int, int>> ringed;
+    // What the last press brought, said once in place of the pressed cell;
+    // empty when the press has nothing to add (the message box of a refused
+    // letter speaks for itself).
+    std::string press;
+  };
+  const Narration& Narrated() const { return narration_; }
+  void SetNarration(Narration narration);
+
  private:
   PictureHandle picture_;
   std::vector<CircleMark> circles_;
   int drawWidth_;
+  Narration narration_;
 };
+
+// A cell as a screen reader says it: its letter, its row and column counted
+// from 1, and "ringed" when a ring of the letters being spelled is on it.
+std::string SpokenCell(std::string_view letter, int row, int col, bool ringed);
 
 }  // namespace pelmora

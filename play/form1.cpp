@@ -59,17 +59,33 @@ Form1::Form1(Runtime& rt, ProfileStore& profile)
     list->ForeColor = kGreen;
     list->BackColor = kBlack;
   }
-  LoadEvent = [this] { Form1_Form_Load(*this); };
+  // The board's narration follows the events that change what it tells:
+  // start-up and the designer (the shimmer), a deal, a press.
+  LoadEvent = [this] {
+    Form1_Form_Load(*this);
+    NarrateBoard(*this);
+  };
   Check1.Click = [this] { Form1_Check1_Click(*this); };
   Check2.Click = [this] { Form1_Check2_Click(*this); };
-  List2.Click = [this] { Form1_List2_Click(*this); };
-  Command1.Click = [this] { Form1_Command1_Click(*this); };
+  List2.Click = [this] {
+    Form1_List2_Click(*this);
+    NarrateBoard(*this);
+  };
+  Command1.Click = [this] {
+    Form1_Command1_Click(*this);
+    NarrateBoard(*this);
+  };
   Timer2.Tick = [this] { Form1_Timer2_Timer(*this); };
   Timer1.Tick = [this] { Form1_Timer1_Timer(*this); };
   Picture1.MouseDown = [this](int button, int shift, float x, float y) {
+    const BeforePress before{Sel.Letters, List1.ListCount()};
     Form1_Picture1_MouseDown(*this, button, shift, x, y);
+    NarrateBoard(*this, &before);
   };
-  Command2.Click = [this] { Form1_Command2_Click(*this); };
+  Command2.Click = [this] {
+    Form1_Command2_Click(*this);
+    NarrateBoard(*this);
+  };
   Command3.Click = [this] { Form1_Command3_Click(*this); };
   Command4.Click = [this] { Form1_Command4_Click(*this); };
   Command5.Click = [this] { Form1_Command5_Click(*this); };
@@ -282,6 +298,26 @@ void Form1_Command5_Click(Form1& f) {
   f.Records.BestTime = 0;
   f.Records.RunBestTime = 0;
   f.store.WriteProfileValue(kSettingsForReading, "Time", "0");
+}
+
+void NarrateBoard(Form1& f, const BeforePress* press) {
+  PictureBox::Narration said;
+  if (f.Timer2.Enabled()) said.idle = "No game is in play. Choose a game from the game list.";
+  const Selection& s = f.Sel;
+  for (int i = 0; i < s.ClickCount && i < static_cast<int>(s.CentreX.size()); ++i) {
+    const auto at = static_cast<std::size_t>(i);
+    said.ringed.emplace_back(s.CentreY[at] / kCellPitch, s.CentreX[at] / kCellPitch);
+  }
+  // The handler leaves the grid's cursor on the cell it read.
+  if (press && f.List1.ListCount() < press->words) {
+    const int left = f.List1.ListCount();
+    said.press = press->letters + f.Grid1.Text() + " found, " + Format(left) + (left == 1 ? " word" : " words") +
+                 " left";
+  } else if (press && Len(s.Letters) > Len(press->letters)) {
+    said.press = SpokenCell(f.Grid1.Text(), f.Grid1.Row(), f.Grid1.Col(), true) + ", letters";
+    for (const std::string& letter : Chars(s.Letters)) said.press += " " + letter;
+  }
+  f.Picture1.SetNarration(std::move(said));
 }
 
 }  // namespace pelmora

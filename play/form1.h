@@ -114,4 +114,16 @@ void Form1_Command3_Click(Form1& f);
 void Form1_Command4_Click(Form1& f);
 void Form1_Command5_Click(Form1& f);
 
+// What the board tells a screen reader that only the game knows, put on
+// Picture1 after the events that can change it: while the shimmer runs, that
+// no game is in play; the cells ringed for the letters being spelled; and
+// after a press (given what was spelled and how many words were listed
+// before it), the pressed cell with the letters so far, or the word found
+// and the words left.
+struct BeforePress {
+  std::string letters;
+  int words = 0;
+};
+void NarrateBoard(Form1& f, const BeforePress* press = nullptr);
+
 }  // namespace pelmora
