@@ -8,6 +8,7 @@
 #include <QStyleOptionFocusRect>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "platform/qt/board_painter.h"
 #include "platform/qt/form_window.h"
@@ -80,6 +81,10 @@ QRect BoardSurface::LetterPixels(int row, int col) const {
   return PixelsOfTwips(LetterBoxTwips(cell)) & PixelsOfTwips(cell).adjusted(3, 3, -3, -3);
 }
 
+QRect BoardSurface::FocusCellPixels() const {
+  return shown_ && shown_->rows > 0 && shown_->cols > 0 ? CellPixels(focusRow_, focusCol_) : QRect();
+}
+
 void BoardSurface::TakeChanges(const GridPicture* before, const GridPicture& after) {
   if (!before || circlesShown_ || before->rows != after.rows || before->cols != after.cols ||
       before->rowHeights != after.rowHeights || before->colWidths != after.colWidths) {
@@ -134,7 +139,7 @@ void BoardSurface::Sync(Change what, int index) {
         update();
       }
       circlesShown_ = false;
-      if (hasFocus()) DescribeFocusCell();
+      voice_.Say(FocusCellSaid(), FocusCellPixels());
       return;
     }
     case Change::Circle: {
@@ -152,6 +157,12 @@ void BoardSurface::Sync(Change what, int index) {
     case Change::ZOrder:
       raise();
       return;
+    case Change::Narration: {
+      const std::string& press = Box().Narrated().press;
+      if (press.empty()) voice_.Say(FocusCellSaid(), FocusCellPixels());
+      else voice_.Say(QString::fromStdString(press), FocusCellPixels(), /*again=*/true);
+      return;
+    }
     case Change::Refresh:
       // What is out of date is painted now.
       if (!stale_.isEmpty()) repaint(stale_);
@@ -281,31 +292,27 @@ void BoardSurface::MoveFocusCell(int rows, int cols) {
   focusRow_ = row;
   focusCol_ = col;
   update(CellPixels(focusRow_, focusCol_));
-  DescribeFocusCell();
+  voice_.Say(FocusCellSaid(), FocusCellPixels());
 }
 
-void BoardSurface::DescribeFocusCell() {
-  QString description;
-  if (shown_ && focusRow_ < shown_->rows && focusCol_ < shown_->cols) {
-    const std::string& text = shown_->At(focusRow_, focusCol_).text;
-    const QString letter = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-    description = QStringLiteral("Row %1, column %2, ").arg(focusRow_ + 1).arg(focusCol_ + 1) +
-                  (letter.isEmpty() ? QStringLiteral("empty") : QStringLiteral("letter ") + letter);
-  }
-  if (description != accessibleDescription()) setAccessibleDescription(description);
+QString BoardSurface::FocusCellSaid() const {
+  if (!model_) return descriptiveName_;
+  const PictureBox::Narration& told = Box().Narrated();
+  if (!told.idle.empty()) return QString::fromStdString(told.idle);
+  if (!shown_ || focusRow_ >= shown_->rows || focusCol_ >= shown_->cols) return descriptiveName_;
+  const bool ringed = std::find(told.ringed.begin(), told.ringed.end(), std::pair{focusRow_, focusCol_}) !=
+                      told.ringed.end();
+  return QString::fromStdString(SpokenCell(shown_->At(focusRow_, focusCol_).text, focusRow_, focusCol_, ringed));
 }
 
-// The focus cell is described while the board has the focus, when a screen
-// reader tells it; the idle shuffle changes its letter ten times a second.
 void BoardSurface::focusInEvent(QFocusEvent* event) {
   QWidget::focusInEvent(event);
-  DescribeFocusCell();
+  voice_.TellFocus(FocusCellSaid(), FocusCellPixels());
   if (shown_ && shown_->rows > 0) update(CellPixels(focusRow_, focusCol_));
 }
 
 void BoardSurface::focusOutEvent(QFocusEvent* event) {
   QWidget::focusOutEvent(event);
-  setAccessibleDescription(QString());
   if (shown_ && shown_->rows > 0) update(CellPixels(focusRow_, focusCol_));
 }
 

@@ -5,14 +5,17 @@
 //
 // The board is also played from the keyboard: it takes the focus with Tab,
 // the arrow keys move a focus cell (drawn as a focus frame), and Space or
-// Enter presses that cell as a left click at its centre does. Its accessible
-// description tells the row, column and letter of the focus cell.
+// Enter presses that cell as a left click at its centre does. A screen reader
+// hears the focus cell (letter, row, column, ring) on every move, what each
+// press brought, and while no game is in play the model's idle line, which
+// the shimmer of letters never changes (see board_accessible.h).
 
 #include <QRegion>
 #include <QWidget>
 #include <functional>
 #include <vector>
 
+#include "platform/qt/board_accessible.h"
 #include "platform/qt/control_view.h"
 
 namespace pelmora {
@@ -34,6 +37,9 @@ class BoardSurface final : public QWidget, public ControlView {
   // The focus cell, row and column from 0.
   int FocusRow() const { return focusRow_; }
   int FocusCol() const { return focusCol_; }
+
+  // What a screen reader hears of the board.
+  BoardVoice& Voice() { return voice_; }
 
   // Told of each circle once it is on screen.
   std::function<void(const CircleMark&)> onCircleShown;
@@ -58,12 +64,15 @@ class BoardSurface final : public QWidget, public ControlView {
   QRect CellPixels(int row, int col) const;
   // The pixels a lone letter's box covers in its cell.
   QRect LetterPixels(int row, int col) const;
+  // The focus cell's pixels; none while the board has no cells.
+  QRect FocusCellPixels() const;
   // Marks what the new picture changes for painting.
   void TakeChanges(const GridPicture* before, const GridPicture& after);
   // Paints a part of the surface whole: ground, picture, circles, frame.
   void PaintPart(QPainter& painter, const QRect& part);
   void MoveFocusCell(int rows, int cols);
-  void DescribeFocusCell();
+  // The focus cell as a screen reader says it, or the idle line.
+  QString FocusCellSaid() const;
 
   PictureHandle shown_;        // the picture on screen
   bool circlesShown_ = false;  // whether circles were drawn on it
@@ -73,6 +82,7 @@ class BoardSurface final : public QWidget, public ControlView {
   std::vector<double> xs_, ys_;
   int focusRow_ = 0;
   int focusCol_ = 0;
+  BoardVoice voice_{*this};
 };
 
 // The mouse button as the controls' events number it: 1 left, 2 right,

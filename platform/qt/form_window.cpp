@@ -14,6 +14,7 @@
 #include <cmath>
 
 #include "platform/control_visitor.h"
+#include "platform/qt/accessibility.h"
 #include "platform/qt/board_surface.h"
 #include "platform/qt/button_view.h"
 #include "platform/qt/check_view.h"
@@ -82,6 +83,7 @@ FormWindow::FormWindow(Form& form, EventDoor& door, ListRefills& refills, QWidge
       scriptedTimers_(scriptedTimers),
       scroll_(new QScrollArea(this)),
       canvas_(new QWidget) {
+  InstallAccessibleRoles();
   setWindowTitle(QString::fromStdString(form.Caption()));
   scroll_->setFrameShape(QFrame::NoFrame);
   scroll_->setAlignment(Qt::AlignCenter);

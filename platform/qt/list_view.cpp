@@ -4,6 +4,7 @@
 #include <QMouseEvent>
 #include <algorithm>
 
+#include "platform/qt/accessibility.h"
 #include "platform/qt/conversions.h"
 #include "platform/qt/form_window.h"
 
@@ -102,7 +103,9 @@ void ListView::SyncSelection() {
     clearSelection();
     return;
   }
+  const bool alreadyCurrent = row == currentRow();
   setCurrentRow(row);
+  if (alreadyCurrent) TellFocusedItem(*this, row);
   scrollToItem(item(row));
 }
 

@@ -148,11 +148,11 @@ class WindowTest : public QObject {
     const auto walkTo = [&](Cell cell) {
       while (board->FocusRow() != cell.row) QTest::keyClick(board, board->FocusRow() < cell.row ? Qt::Key_Down : Qt::Key_Up);
       while (board->FocusCol() != cell.col) QTest::keyClick(board, board->FocusCol() < cell.col ? Qt::Key_Right : Qt::Key_Left);
-      QCOMPARE(board->accessibleDescription(),
-               QString("Row %1, column %2, letter %3")
+      QCOMPARE(board->Voice().Child()->text(QAccessible::Name),
+               QString("%1, row %2, column %3")
+                   .arg(QString::fromStdString(f.Grid1.CellAt(cell.row, cell.col).text))
                    .arg(cell.row + 1)
-                   .arg(cell.col + 1)
-                   .arg(QString::fromStdString(f.Grid1.CellAt(cell.row, cell.col).text)));
+                   .arg(cell.col + 1));
     };
     // The game judges spelling alone: any cell holding each letter will do.
     std::vector<Cell> oak;
