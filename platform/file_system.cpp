@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -136,6 +137,12 @@ FileIdentity PosixFileSystem::Identify(const std::string& path) {
   // player made read-only stays untouched.
   id.writable = (st.st_mode & 0222) != 0 && ::access(path.c_str(), W_OK) == 0;
   return id;
+}
+
+std::int64_t PosixFileSystem::NowNs() {
+  timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  return static_cast<std::int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
 }
 
 int PosixFileSystem::ReadChunks(const std::string& path, const std::function<bool(std::string_view)>& take) {

@@ -34,6 +34,10 @@ class FileSystem {
 
   // Of the file path names in the end (symbolic links followed).
   virtual FileIdentity Identify(const std::string& path) = 0;
+  // The time now on the clock that stamps the files' change times
+  // (FileIdentity::changedNs): what tells whether a file changed so lately
+  // that its identity may not yet show the next change.
+  virtual std::int64_t NowNs() = 0;
 
   // Hands the file's bytes to take, a piece at a time, until take returns
   // false or the file ends. 0, or the errno of the failure (ENOENT for a
@@ -97,6 +101,7 @@ class FileSystem {
 class PosixFileSystem : public FileSystem {
  public:
   FileIdentity Identify(const std::string& path) override;
+  std::int64_t NowNs() override;
   int ReadChunks(const std::string& path, const std::function<bool(std::string_view)>& take) override;
   std::string RealFile(const std::string& path) override;
   int Lock(const std::string& path, std::chrono::milliseconds patience, bool makeFolder) override;

@@ -1,24 +1,9 @@
 #pragma once
 // ProfileStore: the access to wsearch.ini, the one file that outlives a run.
-// Two operations, ReadProfileValue and WriteProfileValue, with the rules of
-// the public INI form as the platform's profile functions apply them.
-//
-// Reading a hand-edited file: a line ends at CR, LF or any run of them; a
-// UTF-8 byte-order mark is skipped; lines are trimmed of blanks (tab, LF, VT,
-// FF, CR, 0x1A, space) and empty ones ignored; `[name]` (to the last `]`) is a
-// section head, a `[` line with no `]` an ordinary line; other lines are
-// entries split at the first `=`, name and value trimmed, and a line with no
-// `=` reads as absent. Names compare without regard to case; only the first
-// section of a name is searched, and in it the first key of a name wins. A
-// value (and a default) that starts and ends with the same quote character,
-// with at least two characters, loses both quotes; the default also loses
-// its trailing spaces. A file that isn't valid UTF-8 is read as Latin-1.
-//
-// Writing: a write replaces the value of an existing key in place (keeping
-// the spelling of its name), or adds the key after the last entry of the
-// first section of that name, or adds the section at the end of the file.
-// Every other byte stays as it was; writing the value already stored changes
-// nothing on disk. New files are UTF-8 without a byte-order mark, CR LF.
+// Two operations, ReadProfileValue and WriteProfileValue, on an IniDocument
+// of the file's bytes, which holds every rule of reading and writing it; the
+// store brings those bytes from the disk and takes them back, in turns with
+// every other process that writes the file.
 //
 // Sharing the file: each event handler is one transaction. When a handler
 // first reads or writes, the store takes the profile's lock (an advisory lock
@@ -46,30 +31,20 @@
 // same way. No file of any size or content can crash the store; its memory
 // stays within three times the file's size and a constant.
 
-#include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/event_door.h"
 #include "platform/file_system.h"
+#include "profile/ini_document.h"
 
 namespace pelmora {
 
-// What a read gives: the value, at most 31 characters, and its length in
-// characters.
-struct ProfileValue {
-  std::string text;
-  int length = 0;
-};
-
 class ProfileStore final : public WriteGroup {
  public:
-  // The size of the read buffer: a value read holds at most 31 characters.
-  static constexpr std::size_t kBufferSize = 32;
-
   // fs must outlive the store. The file need not exist, nor its folder.
   ProfileStore(std::string path, FileSystem& fs);
   ~ProfileStore() override;
@@ -79,15 +54,12 @@ class ProfileStore final : public WriteGroup {
   const std::string& Path() const { return path_; }
 
   // The value of key in section, or def when the file, the section or the key
-  // is missing. A key with nothing behind `=` gives the empty text, length 0.
-  // A longer value is cut to its first 31 characters.
+  // is missing (IniDocument::Read).
   ProfileValue ReadProfileValue(std::string_view section, std::string_view key,
                                 std::string_view def);
 
-  // Sets key in section to value, creating the file, the section and the key
-  // as needed. An empty value blanks the key; nothing is ever removed. A
-  // value holding a line break is cut there, so a write can never add a line
-  // of its own. Returns false when the write was refused or, outside a
+  // Sets key in section to value (IniDocument::Set), creating the file and its
+  // folder as needed. Returns false when the write was refused or, outside a
   // handler, could not reach the disk (never looked at by the program).
   bool WriteProfileValue(std::string_view section, std::string_view key, std::string_view value);
 
@@ -109,7 +81,6 @@ class ProfileStore final : public WriteGroup {
   int RemoveLeftoverTemporaries();
 
  private:
-  class Model;
   // A write the disk hasn't seen yet, kept to be made again on a fresh parse
   // when someone else changed the file meanwhile.
   struct Change {
@@ -120,13 +91,13 @@ class ProfileStore final : public WriteGroup {
   };
 
   bool WriteInTransaction(const Change& change);
-  // Brings the model up to date with the file; false when the file exists but
+  // Brings the document up to date with the file; false when the file exists but
   // can't be read (then nothing may be written over it).
   bool Revalidate();
-  // Parses the file as it is now, dropping the model first.
+  // Parses the file as it is now, dropping the document first.
   void Load(const FileIdentity& id, std::int64_t lookedAtNs);
-  // Whether the file holds exactly what the model would write.
-  bool DiskMatchesModel();
+  // Whether the file holds exactly what the document would write.
+  bool DiskMatchesDocument();
   void TakeLock(bool makeFolder);
   void ReleaseLock();
   void Fail(int error);
@@ -134,8 +105,8 @@ class ProfileStore final : public WriteGroup {
   std::string path_;
   std::string fullPath_;  // path_ made absolute, for the player
   FileSystem& fs_;
-  std::unique_ptr<Model> model_;
-  FileIdentity identity_;        // the file as the model last saw it
+  std::optional<IniDocument> doc_;  // none until the file is first looked at
+  FileIdentity identity_;        // the file as the document last saw it
   bool racy_ = false;            // the file changed so lately that the identity may not show a next change
   int readError_ = 0;            // the errno of the last read when the file couldn't be read
   std::vector<Change> changes_;  // the pending writes, in order
@@ -145,7 +116,7 @@ class ProfileStore final : public WriteGroup {
   int lock_ = -1;                // the lock's handle while held
   bool lockWanted_ = false;      // a handler under way is to take the lock at its first read or write
   bool lockGivenUp_ = false;     // this transaction runs unlocked: the lock wasn't had in time
-  bool checkedUnderLock_ = false;  // the model was checked against the file since the lock was taken
+  bool checkedUnderLock_ = false;  // the document was checked against the file since the lock was taken
   std::string failure_;
 };
 
