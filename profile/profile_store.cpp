@@ -1,5 +1,6 @@
 #include "profile/profile_store.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>

@@ -29,7 +29,7 @@ TEST(IniDocumentRead, FollowsTheRulesOfHandEditedFiles) {
       {"[a]\n\r\n\r\rx=1\r\r\n\n\ny=2", "a", "y", "none", "2"},
       {"\xEF\xBB\xBF[a]\r\nx=1\r\n", "a", "x", "none", "1"},
       {"\t [a] \v\r\n\f x \x1a= \t v  w \x1a\v\r\n", " A\t", " X ", "none", "v  w"},
-      {"[a]\r\n[b\r\nx=1\r\n", "a", "x", "none", "1"},  // [ with no ] is a line of the section before
+      {"[a]\r\n[b\r\nx=1\r\n[c]\r\n", "a", "x", "none", "1"},  // [ with no ] is a line of the section before
       {"[a]\r\n[b=5\r\n", "a", "[b", "none", "5"},
       {"[a]b] c\r\nx=1\r\n", "a]b", "x", "none", "1"},
       {"[a]\r\nx = a=b \r\n", "a", "x", "none", "a=b"},
@@ -83,7 +83,7 @@ TEST(IniDocumentSet, ChangesOnlyTheLineItWrites) {
       {"[a]\r\n x \r\n", {{"a", "x", "1"}}, "[a]\r\nx=1\r\n"},
       {"", {{" a ", "\tx ", "1\r\n[evil]\r\nk=v"}, {"a]b", "y", "1\0junk"s}}, "[a]\r\nx=1\r\n[a]b]\r\ny=1\r\n"},
       {"[a]\r\nx=é\r\n", {{"a", "y", "ü\xFC"}}, "[a]\r\nx=é\r\ny=üü\r\n"},
-      {"[a]\r\nx=caf\xE9\r\n", {{"a", "y", "né"}}, "[a]\r\nx=caf\xE9\r\ny=n\xE9\r\n"},
+      {"[a]\r\nx=caf\xE9\r\n", {{"a", "y", "né"}, {"a", "y", "nè"}}, "[a]\r\nx=caf\xE9\r\ny=n\xE8\r\n"},
       {"[a]\r\nx=caf\xE9\r\n", {{"a", "y", "€"}}, "[a]\r\nx=caf\xC3\xA9\r\ny=\xE2\x82\xAC\r\n"},
       {"[a]\r\nx=\xE9\r\n", {{"Été", "k", "€"}}, "[a]\r\nx=\xC3\xA9\r\n[\xC3\x89t\xC3\xA9]\r\nk=\xE2\x82\xAC\r\n"},
       // The Latin-1 bytes of "Ã©" are the UTF-8 of "é": left so, the text
