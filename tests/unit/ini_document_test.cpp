@@ -46,13 +46,16 @@ TEST(IniDocumentRead, FollowsTheRulesOfHandEditedFiles) {
       {"[\xC9t\xE9]\r\nx=1\r\n", "été", "X", "none", "1"},
       {"[a]\r\nx=1\0 2\r\n"s, "a", "x", "", "1\0 2"s},
   };
-  // A section large enough to be searched by halves, with names out of order
-  // and each name twice: the first one wins.
-  std::string big = "[Big]\r\n";
+  // Sections out of order, and one large enough to be searched by halves,
+  // with names out of order and each name twice: the first one wins.
+  std::string big;
+  for (int i = 40; i >= 1; --i) big += "[S" + std::to_string(i) + "]\r\nk=" + std::to_string(i) + "\r\n";
+  big += "[Big]\r\n";
   for (int i = 300; i >= 1; --i) big += "k" + std::to_string(i) + "=v" + std::to_string(i) + "\r\n";
   for (int i = 1; i <= 300; ++i) big += "K" + std::to_string(i) + "=late\r\n";
   for (const char* key : {"K1", "k150", "k300", "k7"}) cases.push_back({big, "big", key, "", "v"s + (key + 1)});
   cases.push_back({big, "big", "k301", "none", "none"});
+  for (const char* section : {"s1", "S17", "s40"}) cases.push_back({big, section, "k", "", section + 1});
   for (const Case& c : cases) {
     SCOPED_TRACE(c.bytes.substr(0, 60) + " " + c.section + "/" + c.key);
     const ProfileValue v = IniDocument(c.bytes).Read(c.section, c.key, c.def);
@@ -86,6 +89,7 @@ TEST(IniDocumentSet, ChangesOnlyTheLineItWrites) {
       {"[a]\r\nx=caf\xE9\r\n", {{"a", "y", "né"}, {"a", "y", "nè"}}, "[a]\r\nx=caf\xE9\r\ny=n\xE8\r\n"},
       {"[a]\r\nx=caf\xE9\r\n", {{"a", "y", "€"}}, "[a]\r\nx=caf\xC3\xA9\r\ny=\xE2\x82\xAC\r\n"},
       {"[a]\r\nx=\xE9\r\n", {{"Été", "k", "€"}}, "[a]\r\nx=\xC3\xA9\r\n[\xC3\x89t\xC3\xA9]\r\nk=\xE2\x82\xAC\r\n"},
+      {"[a]\r\nx=\xE9\r\n", {{"Été", "k", "é"}, {"a", "x", "e"}}, "[a]\r\nx=e\r\n[\xC9t\xE9]\r\nk=\xE9\r\n"},
       // The Latin-1 bytes of "Ã©" are the UTF-8 of "é": left so, the text
       // would be read as UTF-8 next time.
       {"[a]\r\nx=\xE9\r\n", {{"a", "x", "Ã©"}}, "[a]\r\nx=\xC3\x83\xC2\xA9\r\n"},

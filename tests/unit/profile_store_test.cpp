@@ -127,14 +127,15 @@ TEST(ProfileStoreTransactions, ARewriteThatKeepsTheIdentityIsStillSeen) {
   fs.frozen = fs.Identify(dir.File());
   ProfileStore store(dir.File(), fs);
   EXPECT_EQ(store.ReadProfileValue("a", "x", "none").text, "1");
-  EXPECT_TRUE(store.WriteProfileValue("a", "x", "1"));
-  EXPECT_EQ(StatOf(dir.File()).st_ino, fs.frozen->inode);
   Spit(dir.File(), big.substr(0, big.size() - 3) + "2\r\n");
   store.HandlerBegins();
   EXPECT_EQ(store.ReadProfileValue("a", "x", "none").text, "2");
   EXPECT_TRUE(store.WriteProfileValue("a", "x", "3"));
   store.HandlerEnds();
   EXPECT_EQ(Slurp(dir.File()), big.substr(0, big.size() - 3) + "3\r\n");
+  const ino_t written = StatOf(dir.File()).st_ino;
+  EXPECT_TRUE(store.WriteProfileValue("a", "x", "3"));
+  EXPECT_EQ(StatOf(dir.File()).st_ino, written);
 }
 
 TEST(ProfileStoreTransactions, AHandlerHoldsTheLockAndWritesAtItsEndAndBeforeEachWait) {
