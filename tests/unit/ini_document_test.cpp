@@ -16,7 +16,7 @@ TEST(IniDocumentRead, FollowsTheRulesOfHandEditedFiles) {
   struct Case {
     std::string bytes, section, key, def, text;
   };
-    std::vector<Case> cases = {
+  std::vector<Case> cases = {
       {"[a]\r\nk=1\r\n", "b", "k", "none", "none"},
       {"[a]\r\nk=\r\n", "a", "k", "none", ""},
       {"[a]\r\nk\r\nk=1\r\n", "a", "k", "none", "none"},  // a key with no = reads as absent, and hides the next
@@ -48,7 +48,7 @@ TEST(IniDocumentRead, FollowsTheRulesOfHandEditedFiles) {
   };
   // Sections out of order, and one large enough to be searched by halves,
   // with names out of order and each name twice: the first one wins.
-  std::string big;
+  std::string big = "[Öl]\r\nk=ö\r\n[Äpfel]\r\nk=ä\r\n";
   for (int i = 40; i >= 1; --i) big += "[S" + std::to_string(i) + "]\r\nk=" + std::to_string(i) + "\r\n";
   big += "[Big]\r\n";
   for (int i = 300; i >= 1; --i) big += "k" + std::to_string(i) + "=v" + std::to_string(i) + "\r\n";
@@ -56,6 +56,7 @@ TEST(IniDocumentRead, FollowsTheRulesOfHandEditedFiles) {
   for (const char* key : {"K1", "k150", "k300", "k7"}) cases.push_back({big, "big", key, "", "v"s + (key + 1)});
   cases.push_back({big, "big", "k301", "none", "none"});
   for (const char* section : {"s1", "S17", "s40"}) cases.push_back({big, section, "k", "", section + 1});
+  cases.push_back({big, "öL", "k", "", "ö"});
   for (const Case& c : cases) {
     SCOPED_TRACE(c.bytes.substr(0, 60) + " " + c.section + "/" + c.key);
     const ProfileValue v = IniDocument(c.bytes).Read(c.section, c.key, c.def);
@@ -74,8 +75,9 @@ TEST(IniDocumentSet, ChangesOnlyTheLineItWrites) {
     std::string after;
   };
   const std::vector<Case> cases = {
-      {"", {{"Setz", "Visible", "1"}, {"setZ", "Time", "0"}}, "[Setz]\r\nVisible=1\r\nTime=0\r\n"},
+      {"", {{"Setaz", "Visible", "1"}, {"sETAZ", "Time", "0"}}, "[Setaz]\r\nVisible=1\r\nTime=0\r\n"},
       {"[a]\r\nx=1\r\n\r\n[b]\r\ny=2\r\n", {{"a", "z", "3"}}, "[a]\r\nx=1\r\nz=3\r\n\r\n[b]\r\ny=2\r\n"},
+      {"[a]\nx=1\n[b]\n", {{"a", "y", "2"}}, "[a]\nx=1\ny=2\r\n[b]\n"},
       {"[a]\r\nx=1", {{"a", "y", "2"}, {"b", "k", "3"}, {"a", "z", "4"}}, "[a]\r\nx=1\r\ny=2\r\nz=4\r\n[b]\r\nk=3\r\n"},
       {"junk", {{"a", "x", "1"}}, "junk\r\n[a]\r\nx=1\r\n"},
       {"\xEF\xBB\xBF;c\n[a]\r  x = 1 \n#n\r\n\r\n y=2\r", {{"A", "X", "9"}}, "\xEF\xBB\xBF;c\n[a]\rx=9\n#n\r\n\r\n y=2\r"},
@@ -90,6 +92,7 @@ TEST(IniDocumentSet, ChangesOnlyTheLineItWrites) {
       {"[a]\r\nx=caf\xE9\r\n", {{"a", "y", "€"}}, "[a]\r\nx=caf\xC3\xA9\r\ny=\xE2\x82\xAC\r\n"},
       {"[a]\r\nx=\xE9\r\n", {{"Été", "k", "€"}}, "[a]\r\nx=\xC3\xA9\r\n[\xC3\x89t\xC3\xA9]\r\nk=\xE2\x82\xAC\r\n"},
       {"[a]\r\nx=\xE9\r\n", {{"Été", "k", "é"}, {"a", "x", "e"}}, "[a]\r\nx=e\r\n[\xC9t\xE9]\r\nk=\xE9\r\n"},
+      {"[a]\r\nx=\xE9\r\ny=1\r\n", {{"a", "y", "ü"}, {"a", "x", "e"}}, "[a]\r\nx=e\r\ny=\xFC\r\n"},
       // The Latin-1 bytes of "Ã©" are the UTF-8 of "é": left so, the text
       // would be read as UTF-8 next time.
       {"[a]\r\nx=\xE9\r\n", {{"a", "x", "Ã©"}}, "[a]\r\nx=\xC3\x83\xC2\xA9\r\n"},
