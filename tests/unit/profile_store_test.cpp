@@ -55,12 +55,24 @@ struct stat StatOf(const std::string& path) {
 
 const std::string kLock = ".wsearch.ini.lock";
 
-// The real file system without its flushes: the same temporaries and
-// renames, for a run that tests anything but a power cut.
-class QuickFileSystem final : public PosixFileSystem {
+// The real file system without its flushes (for runs that test anything but
+// a power cut), counting the files it puts in place. With `frozen` set, its
+// clock moves in ticks too coarse to tell two writes apart: a rewrite keeps
+// the file's identity, and the clock stands still.
+class TestFileSystem final : public PosixFileSystem {
+ public:
+  std::optional<FileIdentity> frozen;
+  int replaced = 0;
+  FileIdentity Identify(const std::string& path) override { return frozen.value_or(PosixFileSystem::Identify(path)); }
+  std::int64_t NowNs() override { return frozen ? frozen->changedNs : PosixFileSystem::NowNs(); }
+
  protected:
   bool Sync(int) override { return true; }
   bool SyncFolder(const std::string&) override { return true; }
+  bool Rename(const std::string& from, const std::string& to) override {
+    ++replaced;
+    return PosixFileSystem::Rename(from, to);
+  }
 };
 
 // Two processes add one to a shared count, again and again: before a wait
@@ -74,7 +86,7 @@ TEST(ProfileStoreTransactions, TwoProcessesWritingAtOnceLoseNothing) {
     pid = ::fork();
     ASSERT_GE(pid, 0);
     if (pid > 0) continue;
-    QuickFileSystem fs;
+    TestFileSystem fs;
     ProfileStore store(dir.File(), fs);
     auto addOne = [&] {
       const int count = std::stoi(store.ReadProfileValue("meta", "count", "0").text);
@@ -103,30 +115,14 @@ TEST(ProfileStoreTransactions, TwoProcessesWritingAtOnceLoseNothing) {
   EXPECT_EQ(dir.Names(), (std::set<std::string>{kLock, "wsearch.ini"}));
 }
 
-// A file system whose clock moves in ticks too coarse to tell two writes
-// apart: a rewrite keeps the file's identity, and the clock stands still.
-// It counts the files it puts in place.
-class CoarseClockFileSystem final : public PosixFileSystem {
- public:
-  std::optional<FileIdentity> frozen;
-  int replaced = 0;
-  FileIdentity Identify(const std::string& path) override { return frozen.value_or(PosixFileSystem::Identify(path)); }
-  std::int64_t NowNs() override { return frozen ? frozen->changedNs : 0; }
-
- protected:
-  bool Rename(const std::string& from, const std::string& to) override {
-    ++replaced;
-    return PosixFileSystem::Rename(from, to);
-  }
-};
-
-// Also: a file longer than the pieces it is read and written in is compared
-// and rewritten whole, and writing the value it holds leaves it alone.
+// A rewrite the file's identity doesn't show is found by its bytes. Also: a
+// file longer than the pieces it is read and written in is compared and
+// rewritten whole, and writing the value it holds leaves it alone.
 TEST(ProfileStoreTransactions, ARewriteThatKeepsTheIdentityIsStillSeen) {
   TempDir dir;
   const std::string big = "[a]\r\n" + std::string(200000, '\n') + "x=1\r\n";
   Spit(dir.File(), big);
-  CoarseClockFileSystem fs;
+  TestFileSystem fs;
   fs.frozen = fs.Identify(dir.File());
   ProfileStore store(dir.File(), fs);
   EXPECT_EQ(store.ReadProfileValue("a", "x", "none").text, "1");
