@@ -17,12 +17,6 @@ namespace {
 // time a sound is tried. Here that is no error: the fallback sounds instead.
 void Quiet(const char*, int, const char*, int, const char*, ...) {}
 
-// What a sound started needs once it has finished.
-struct Started {
-  DesktopBell* bell;
-  std::function<void()> fallback;
-};
-
 void RunOnEventLoop(std::function<void()> f) {
   if (f && QCoreApplication::instance())
     QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(f), Qt::QueuedConnection);
@@ -66,9 +60,11 @@ void DesktopBell::Run() {
   }
   // A bell still sounding is heard out: a run may end on the beep of its
   // last word.
-  changed_.wait_for(lock, std::chrono::seconds(2), [this] { return sounding_ == 0; });
-  lock.unlock();
-  if (context_) ca_context_destroy(context_);
+  changed_.wait_for(lock, std::chrono::seconds(2), [this] { return sounding_.empty(); });
+  // The context is left to the process's end, not destroyed: libcanberra's
+  // ALSA backend tells a sound finished from a thread that runs on for a
+  // moment after, and destroying the context unloads the backend's code
+  // under that thread.
 }
 
 void DesktopBell::Start(std::function<void()> fallback) {
@@ -92,28 +88,33 @@ void DesktopBell::Start(std::function<void()> fallback) {
   // Kept by the sound server after the first time, so later bells start
   // at once.
   ca_proplist_sets(props, CA_PROP_CANBERRA_CACHE_CONTROL, "permanent");
-  auto* started = new Started{this, std::move(fallback)};
+  std::uint32_t id = 0;
   {
     const std::lock_guard lock(mutex_);
-    ++sounding_;
+    id = ++lastId_;
+    sounding_.emplace(id, std::move(fallback));
   }
-  const int error = ca_context_play_full(context_, 0, props, &DesktopBell::Finished, started);
+  const int error = ca_context_play_full(context_, id, props, &DesktopBell::Finished, this);
   ca_proplist_destroy(props);
-  if (error != CA_SUCCESS) Finished(context_, 0, error, started);
+  if (error != CA_SUCCESS) Finished(context_, id, error, this);
 }
 
-void DesktopBell::Finished(ca_context*, std::uint32_t, int error, void* data) {
-  auto* started = static_cast<Started*>(data);
+void DesktopBell::Finished(ca_context*, std::uint32_t id, int error, void* data) {
+  DesktopBell& bell = *static_cast<DesktopBell*>(data);
+  std::function<void()> fallback;
+  {
+    const std::lock_guard lock(bell.mutex_);
+    // A sound's end can be told twice (libcanberra's ALSA backend tells it
+    // again if its context goes first): the second time finds it gone.
+    const auto sound = bell.sounding_.find(id);
+    if (sound == bell.sounding_.end()) return;
+    fallback = std::move(sound->second);
+    bell.sounding_.erase(sound);
+  }
   // Cut short by the program's end, or by the player's settings: no other
   // sound in its place.
   if (error != CA_SUCCESS && error != CA_ERROR_CANCELED && error != CA_ERROR_DESTROYED && error != CA_ERROR_DISABLED)
-    RunOnEventLoop(std::move(started->fallback));
-  DesktopBell& bell = *started->bell;
-  delete started;
-  {
-    const std::lock_guard lock(bell.mutex_);
-    --bell.sounding_;
-  }
+    RunOnEventLoop(std::move(fallback));
   bell.changed_.notify_all();
 }
 

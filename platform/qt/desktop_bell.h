@@ -12,6 +12,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -33,13 +34,16 @@ class DesktopBell {
  private:
   void Run();
   void Start(std::function<void()> fallback);
-  static void Finished(ca_context* context, std::uint32_t id, int error, void* started);
+  static void Finished(ca_context* context, std::uint32_t id, int error, void* bell);
 
   std::mutex mutex_;
   std::condition_variable changed_;
   std::thread thread_;
   std::vector<std::function<void()>> asked_;  // the fallbacks of rings not yet started
-  int sounding_ = 0;                          // started and not yet finished
+  // The fallbacks of the sounds started and not yet finished, by the id
+  // each sound was played with.
+  std::map<std::uint32_t, std::function<void()>> sounding_;
+  std::uint32_t lastId_ = 0;
   bool ending_ = false;
   std::string name_, id_;          // the program as the desktop knows it
   ca_context* context_ = nullptr;  // the bell's thread's alone
