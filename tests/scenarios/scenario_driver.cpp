@@ -2,7 +2,7 @@
 // checks what each printed, how it ended and what it left in the profile;
 // the fronts must also agree with each other byte for byte.
 //
-//   scenario_driver [--update] PELMORA_SCRIPT SCENARIO WORKDIR FRONT...
+//   scenario_driver PELMORA_SCRIPT SCENARIO WORKDIR FRONT...
 //
 // A scenario file is made of sections, each opened by a line "=== NAME":
 //   profile        the profile before the run; its lines end in CR LF
@@ -15,9 +15,6 @@
 // included. In profile \r, \n, \t, \\ and \xHH stand for their bytes. The
 // absolute path of the run's folder reads as $WORK in stdout. Lines before
 // the first section say what the scenario is about.
-//
-// --update writes the first front's stdout, profile and exit status into the
-// expected sections that don't match, for review in the diff.
 
 #include <sys/wait.h>
 
@@ -73,7 +70,6 @@ bool Matches(const Lines& pattern, std::size_t p, const Lines& lines, std::size_
 }
 
 struct Scenario {
-  Lines prose;
   std::vector<std::pair<std::string, Lines>> sections;
   Lines* Find(const std::string& name) {
     for (auto& [n, lines] : sections)
@@ -132,11 +128,9 @@ Lines Faults(Scenario& sc, const Run& run) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  Lines args(argv + 1, argv + argc);
-  const bool update = !args.empty() && args[0] == "--update";
-  if (update) args.erase(args.begin());
+  const Lines args(argv + 1, argv + argc);
   if (args.size() < 4) {
-    std::cerr << "usage: scenario_driver [--update] PELMORA_SCRIPT SCENARIO WORKDIR FRONT...\n";
+    std::cerr << "usage: scenario_driver PELMORA_SCRIPT SCENARIO WORKDIR FRONT...\n";
     return 2;
   }
   const std::string binary = std::filesystem::absolute(args[0]).string(), path = args[1], work = args[2];
@@ -144,7 +138,7 @@ int main(int argc, char** argv) {
   std::istringstream text(ReadFile(path));
   for (std::string line; std::getline(text, line);) {
     if (line.rfind("=== ", 0) == 0) sc.sections.push_back({line.substr(4), {}});
-    else (sc.sections.empty() ? sc.prose : sc.sections.back().second).push_back(line);
+    else if (!sc.sections.empty()) sc.sections.back().second.push_back(line);
   }
   if (!sc.Find("script")) {
     std::cerr << "no script in " << path << '\n';
@@ -152,20 +146,6 @@ int main(int argc, char** argv) {
   }
   std::vector<Run> runs;
   for (std::size_t i = 3; i < args.size(); ++i) runs.push_back(RunFront(binary, sc, work + "/" + args[i], args[i]));
-  if (update) {
-    const Run& run = runs[0];
-    if (sc.Find("stdout") && !Matches(*sc.Find("stdout"), 0, Split(run.out, "\n"), 0)) *sc.Find("stdout") = Split(run.out, "\n");
-    if (sc.Find("profile-after") && !Matches(*sc.Find("profile-after"), 0, Split(run.profile, "\r\n"), 0))
-      *sc.Find("profile-after") = Split(run.profile, "\r\n");
-    std::erase_if(sc.sections, [](const auto& s) { return s.first.rfind("exit ", 0) == 0; });
-    if (run.code != 0) sc.sections.push_back({"exit " + std::to_string(run.code), {}});
-    std::ofstream out(path, std::ios::binary);
-    for (const std::string& line : sc.prose) out << line << '\n';
-    for (const auto& [name, lines] : sc.sections) {
-      out << "=== " << name << '\n';
-      for (const std::string& line : lines) out << line << '\n';
-    }
-  }
   int failures = 0;
   for (std::size_t i = 0; i < runs.size(); ++i) {
     for (const std::string& fault : Faults(sc, runs[i])) std::cerr << "--- " << args[i + 3] << ": " << fault << '\n';
