@@ -1,14 +1,54 @@
-// What the board tells a screen reader beyond its letters, over a short game
-// with no window: the idle line only while no game is in play, the rings of
-// the word being spelled, and what each press brought.
+// The forms with no window: the order the Tab key walks, the designer's word
+// boxes as its load makes them, and what the board tells a screen reader
+// beyond its letters over a short game.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
+#include <tuple>
 
 #include "app/headless_program.h"
 
 namespace pelmora {
 namespace {
+
+// The controls that take the focus, in the order of their TabIndex, which
+// must run 0, 1, 2... with no place taken twice.
+std::string TabOrder(Form& form) {
+  std::vector<std::pair<int, std::string>> order;
+  for (Control* c : form.Controls())
+    if (c->Name().rfind("Timer", 0) != 0) order.emplace_back(c->TabIndex(), c->Name());
+  std::sort(order.begin(), order.end());
+  std::string names;
+  for (std::size_t i = 0; i < order.size(); ++i)
+    names += (order[i].first == static_cast<int>(i) ? " " : " !") + order[i].second;
+  return names;
+}
+
+TEST(Forms, TabOrderAndTheDesignersBoxes) {
+  std::ofstream("forms.ini", std::ios::binary) << "[games]\r\n1=FRUIT\r\n";
+  HeadlessProgram program("forms.ini");
+  Form1& f = program.Start();
+  EXPECT_EQ(TabOrder(f), " Grid1 Picture1 Command1 List1 List2 Check1 Check2 Label1 Command2 Label2 Label3 Command3"
+                         " Command4 Command5");
+  program.runtime.runModalLoop = [&](const std::function<bool()>&) {
+    Form2& d = f.Designer;
+    std::string boxes;
+    for (int i = 1; i <= 16; ++i) boxes += " Text(" + std::to_string(i) + ")";
+    EXPECT_EQ(TabOrder(d), " List1 Text1" + boxes + " Command1 Command2 Command3 Label1 Label2 Label3 Command4");
+    // Edge to edge under the first, each as wide and as high, all inside the window.
+    for (int i = 2; i <= 16; ++i) {
+      const TextBox &box = *d.Text(i), &above = *d.Text(i - 1);
+      EXPECT_EQ(box.Top(), above.Top() + above.Height()) << i;
+      EXPECT_EQ(std::make_tuple(box.Left(), box.Width(), box.Height(), box.MaxLength()),
+                std::make_tuple(above.Left(), above.Width(), above.Height(), above.MaxLength())) << i;
+    }
+    EXPECT_LE(d.Text(16)->Top() + d.Text(16)->Height(), d.ClientHeight());
+    d.Command4.UserClick();
+  };
+  program.Event([&] { f.Command2.UserClick(); });
+  EXPECT_FALSE(f.Designer.Loaded);
+}
 
 TEST(Narration, TellsTheIdleBoardTheRingsAndEachPress) {
   std::ofstream("narration.ini", std::ios::binary) << "[games]\r\n1=GARDEN\r\n[GARDEN]\r\n1=FERN\r\n2=ASTER\r\n";
