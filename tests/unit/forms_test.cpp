@@ -1,6 +1,7 @@
-// The forms with no window: the order the Tab key walks, the designer's word
-// boxes as its load makes them, and what the board tells a screen reader
-// beyond its letters over a short game.
+// The forms with no window: their design (client areas, where each control
+// stands and how large it is, in twips), the order the Tab key walks, the
+// designer's word boxes as its load makes them, and what the board tells a
+// screen reader beyond its letters over a short game.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -25,14 +26,40 @@ std::string TabOrder(Form& form) {
   return names;
 }
 
-TEST(Forms, TabOrderAndTheDesignersBoxes) {
+// The form's client area, then each control's left, top, width and height:
+// all but the timers, the board's grid and surface (which the start-up moves
+// and sizes) and the word boxes the designer's load makes.
+std::string Layout(Form& form) {
+  std::string out = std::to_string(form.ClientWidth()) + "x" + std::to_string(form.ClientHeight());
+  for (Control* c : form.Controls()) {
+    const std::string& n = c->Name();
+    if (n.rfind("Timer", 0) == 0 || n == "Grid1" || (n == "Picture1" && form.Name() == "Form1") ||
+        (n.rfind("Text(", 0) == 0 && n != "Text(1)"))
+      continue;
+    out += " | " + n + " " + std::to_string(c->Left()) + " " + std::to_string(c->Top()) + " " +
+           std::to_string(c->Width()) + " " + std::to_string(c->Height());
+  }
+  return out;
+}
+
+TEST(Forms, AsDesignedWithTheTabOrderAndTheDesignersBoxes) {
   std::ofstream("forms.ini", std::ios::binary) << "[games]\r\n1=FRUIT\r\n";
   HeadlessProgram program("forms.ini");
   Form1& f = program.Start();
+  EXPECT_EQ(Layout(f), "11880x8475 | Command1 3480 6000 1335 495 | List1 8160 2040 2535 3570 | List2 8160 480 2535 1230"
+                       " | Check1 8160 5760 2655 255 | Check2 8160 6120 2775 375 | Label1 8160 6600 3015 255"
+                       " | Command2 8160 7080 1335 495 | Label2 8160 240 3255 255 | Label3 8160 1800 2535 255"
+                       " | Command3 9480 7080 1215 495 | Command4 8160 7560 1335 495 | Command5 9480 7560 1215 495");
+  EXPECT_EQ(Layout(f.Sheet()), "10380x7980 | Picture1 120 120 5655 4335 | Label1 7800 120 1815 255 | List1 7800 480 1815 4155");
+  EXPECT_EQ(TabOrder(f.Sheet()), " Picture1 List1 Label1");
   EXPECT_EQ(TabOrder(f), " Grid1 Picture1 Command1 List1 List2 Check1 Check2 Label1 Command2 Label2 Label3 Command3"
                          " Command4 Command5");
   program.runtime.runModalLoop = [&](const std::function<bool()>&) {
     Form2& d = f.Designer;
+    EXPECT_EQ(Layout(d), "6915x5655 | List1 240 360 2535 1035 | Text1 240 1800 2535 285 | Text(1) 3120 360 2535 285"
+                         " | Command1 240 2400 1215 495 | Command2 240 3120 1215 495 | Command3 240 3840 1215 495"
+                         " | Command4 240 4560 1215 495 | Label1 240 120 2415 255 | Label2 3120 120 3855 255"
+                         " | Label3 240 1560 2535 255");
     std::string boxes;
     for (int i = 1; i <= 16; ++i) boxes += " Text(" + std::to_string(i) + ")";
     EXPECT_EQ(TabOrder(d), " List1 Text1" + boxes + " Command1 Command2 Command3 Label1 Label2 Label3 Command4");
