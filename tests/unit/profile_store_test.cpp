@@ -56,19 +56,19 @@ struct stat StatOf(const std::string& path) {
 const std::string kLock = ".wsearch.ini.lock";
 
 // The real file system without its flushes (for runs that test anything but
-// a power cut), counting the files it puts in place. With `frozen` set, its
+// a power cut), counting the files it puts in place and the flushes asked. With `frozen` set, its
 // clock moves in ticks too coarse to tell two writes apart: a rewrite keeps
 // the file's identity, and the clock stands still.
 class TestFileSystem final : public PosixFileSystem {
  public:
   std::optional<FileIdentity> frozen;
-  int replaced = 0;
+  int replaced = 0, flushed = 0;
   FileIdentity Identify(const std::string& path) override { return frozen.value_or(PosixFileSystem::Identify(path)); }
   std::int64_t NowNs() override { return frozen ? frozen->changedNs : PosixFileSystem::NowNs(); }
 
  protected:
-  bool Sync(int) override { return true; }
-  bool SyncFolder(const std::string&) override { return true; }
+  bool Sync(int) override { return ++flushed; }
+  bool SyncFolder(const std::string&) override { return ++flushed; }
   bool Rename(const std::string& from, const std::string& to) override {
     ++replaced;
     return PosixFileSystem::Rename(from, to);
@@ -134,6 +134,7 @@ TEST(ProfileStoreTransactions, ARewriteThatKeepsTheIdentityIsStillSeen) {
   EXPECT_EQ(Slurp(dir.File()), big.substr(0, big.size() - 3) + "3\r\n");
   EXPECT_TRUE(store.WriteProfileValue("a", "x", "3"));
   EXPECT_EQ(fs.replaced, 1);
+  EXPECT_EQ(fs.flushed, 2);  // the new file, then its folder: a power cut brings back one file or the other
 }
 
 TEST(ProfileStoreTransactions, AHandlerHoldsTheLockAndWritesAtItsEndAndBeforeEachWait) {
