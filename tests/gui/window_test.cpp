@@ -127,15 +127,19 @@ class WindowTest : public QObject {
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
     UNTIL(QApplication::focusWidget() == board);
     // The arrows walk the focus cell to the first cell whose letter fits,
-    // and it says its letter and place.
+    // and a move says its letter and place. (The focus may stand there
+    // already, where the deal put the letter under it: then nothing moves
+    // and the last press's news stands.)
     int cell = 0;
     const auto walkTo = [&](const std::function<bool(const std::string&)>& fits) {
       for (cell = 0; cell < 224 && !fits(f.Grid1.CellAt(cell / 15, cell % 15).text);) ++cell;
       const int row = cell / 15, col = cell % 15;
+      const bool moves = board->FocusRow() != row || board->FocusCol() != col;
       while (board->FocusRow() != row) QTest::keyClick(board, board->FocusRow() < row ? Qt::Key_Down : Qt::Key_Up);
       while (board->FocusCol() != col) QTest::keyClick(board, board->FocusCol() < col ? Qt::Key_Right : Qt::Key_Left);
-      QCOMPARE(board->Voice().Child()->text(QAccessible::Name), QString("%1, row %2, column %3")
-               .arg(QString::fromStdString(f.Grid1.CellAt(row, col).text)).arg(row + 1).arg(col + 1));
+      if (moves)
+        QCOMPARE(board->Voice().Child()->text(QAccessible::Name), QString("%1, row %2, column %3")
+                 .arg(QString::fromStdString(f.Grid1.CellAt(row, col).text)).arg(row + 1).arg(col + 1));
     };
     // Space and Enter press a cell holding each letter of OAK as a click at
     // its centre does (the game judges spelling alone): rings, the word found.
@@ -179,7 +183,7 @@ class WindowTest : public QObject {
   // Run by desktop.window_manager under openbox; skipped elsewhere.
   void underAWindowManager() {
     QProcess wm;
-    wm.start("xprop", {"-root", "_NET_SUPPORTING_WM_CHECK"});
+    if (QGuiApplication::platformName() == "xcb") wm.start("xprop", {"-root", "_NET_SUPPORTING_WM_CHECK"});
     if (QGuiApplication::platformName() != "xcb" || !wm.waitForFinished(-1) || !wm.readAll().contains("window id"))
       QSKIP("needs an X display with a window manager");
     QVERIFY(Start("wm.ini"));
