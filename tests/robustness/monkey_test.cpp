@@ -26,6 +26,7 @@
 namespace pelmora {
 namespace {
 
+using Strings = std::vector<std::string>;
 PosixFileSystem disk;
 
 // A fresh folder holding a profile with the given text.
@@ -38,19 +39,25 @@ std::string NewProfile(const std::string& folder, const std::string& text) {
 
 // The games of the index, read slot by slot the way the file is laid out:
 // the program's own walk would flush what it holds in memory and so hide a
-// write that never reached the disk.
-std::vector<std::string> Games(auto&& store) {
-  std::vector<std::string> games;
-  for (int n = 1; n <= kIndexSlots; ++n) {
-    std::string v = store.ReadProfileValue(kIndexSection, Format(n), kEndMarker).text;
-    if (v == kEndMarker) break;
-    if (!v.empty()) games.push_back(std::move(v));
-  }
+// write that never reached the disk. With the settings after them, it is
+// what the file must hold whenever the program waits for the player.
+Strings Games(auto&& store, bool withSettings = false) {
+  Strings games;
+  for (int n = 1; n <= kIndexSlots; ++n)
+    if (std::string v = store.ReadProfileValue(kIndexSection, Format(n), kEndMarker).text; v == kEndMarker) break;
+    else if (!v.empty()) games.push_back(std::move(v));
+  if (withSettings)
+    for (auto key : {"Time", "Title", "Practice", "Visible"}) games.push_back(store.ReadProfileValue("settings", key, "-").text);
   return games;
 }
 
-class Monkey {
- public:
+// A box emptied, then text typed into it a key at a time, each an event.
+void Type(HeadlessProgram& program, TextBox& box, const std::string& text) {
+  program.Event([&box] { box.UserEdited(""); });
+  for (const std::string& c : Chars(text)) program.Event([&box, &c] { box.UserType(c); });
+}
+
+struct Monkey {
   Monkey(const std::string& folder, std::uint64_t seed, int yesPercent)
       : path_(NewProfile(folder,
                         "[games]\n1=FRUIT\n2=LONG\n3=TWINS\n4=ODD\n[Fruit]\n1=APPLE\n2=PEAR\n3=FIG\n4=PLUM\n5=KIWI\n6=LIME\n"
@@ -58,37 +65,27 @@ class Monkey {
                         "[Twins]\n1=ALPHA\n2=ALPHA\n3=AL\n4=A\n[Odd]\n1=a-b\n2=ÜBER\n3=x'y\n4=Q\n")),
         rng_(seed), random_(seed), yesPercent_(yesPercent) { Start(); }
 
-  long deals = 0, designers = 0, found = 0;
+  long deals = 0, designers = 0, found = 0, events_ = 0, noes_ = 0;  // noes_: the questions answered No
 
-  void Run() { Run([] { return false; }, [this] { MainEvent(); }); }
-
- private:
   Form1& F() { return *program_->MainForm(); }
   int Pick(int n) { return rng_() % n; }
-  template <typename T>
-  const T& PickOf(const std::vector<T>& v) { return v[Pick(v.size())]; }
+  const auto& PickOf(const auto& v) { return v[Pick(v.size())]; }
   void Event(const std::function<void()>& handler) { program_->Event(handler); }
+  void Click(auto& control) { Event([&control] { control.UserClick(); }); }
 
   void Start() {
     program_ = std::make_unique<HeadlessProgram>(path_, ProgramParts{&clocks_, &random_});
     program_->runtime.answer = [this](const std::string& prompt, int value) {
-      if (Kept(ProfileStore(path_, disk)) != Kept(program_->store))
-        ADD_FAILURE() << "\"" << prompt << "\" waits with a write only in memory";
-      if (value != vbYesNoQuestion) return vbOK;
-      const int answer = !leaving_ && Pick(100) < yesPercent_ ? vbYes : vbNo;
-      saidNo_ = saidNo_ || answer == vbNo;
-      return answer;
+      // Nothing the program wrote waits in memory while the player is asked.
+      EXPECT_EQ(Games(ProfileStore(path_, disk), true), Games(program_->store, true)) << "at \"" << prompt << "\"";
+      return value != vbYesNoQuestion ? vbOK : !leaving_ && Pick(100) < yesPercent_ ? vbYes : (++noes_, vbNo);
     };
     program_->runtime.runModalLoop = [this](const std::function<bool()>& done) {
       ++designers;
       inDesigner_ = true;
       Run(done, [this] { DesignerEvent(F().Designer); });
-      // Out whatever it holds: blank boxes and no save.
-      for (leaving_ = true; !done();) {
-        Event([this] { F().Designer.Text1.UserEdited(""); });
-        Event([this] { F().Designer.Text(1)->UserEdited(""); });
-        Event([this] { F().Designer.Command4.UserClick(); });
-      }
+      for (leaving_ = true; !done(); Click(F().Designer.Command4))  // out whatever it holds: blank boxes and no save
+        for (TextBox* box : {&F().Designer.Text1, F().Designer.Text(1)}) Type(*program_, *box, "");
       leaving_ = inDesigner_ = false;
     };
     dealt_.reset();
@@ -98,9 +95,9 @@ class Monkey {
   // Events until done or the budget is spent, each followed by a look at
   // every invariant.
   void Run(const std::function<bool()>& done, const std::function<void()>& event) {
-    for (; !done() && !testing::Test::HasFailure() && events_ < budget_; ++events_) {
+    for (; !done() && !testing::Test::HasFailure() && events_ < 5000; ++events_) {
       event();
-      if (const std::string why = Broken(); !why.empty()) ADD_FAILURE() << "after event " << events_ << ": " << why;
+      if (const std::string why = Broken(F()); !why.empty()) ADD_FAILURE() << "after event " << events_ << ": " << why;
     }
   }
 
@@ -109,94 +106,65 @@ class Monkey {
     const int roll = Pick(100);
     if (roll < 30) Tick();
     else if (roll < 46) Press(Pick(8200) - 300, Pick(8200) - 300);  // anywhere, the board's edges and beyond
-    else if (roll < 68) HelpfulPress();
-    else if (roll < 74 && f.List2.ListCount() > 0) Deal(f);
-    else if (roll < 80) Event([box = roll < 77 ? &f.Check1 : &f.Check2] { box->UserClick(); });
+    else if (roll < 68) HelpfulPress(f);
+    else if (roll < 74 && f.List2.ListCount() > 0) {
+      // A deal: its count is the words it lists, and the list only ever
+      // loses the words found until the next deal. Refused, the game in
+      // play goes on.
+      const long noes = noes_;
+      Event([&f, row = Pick(f.List2.ListCount())] { f.List2.UserSelect(row); });
+      if (noes_ == noes) dealt_ = f.List1.Items(), ++deals;
+    } else if (roll < 80) Click(roll < 77 ? f.Check1 : f.Check2);
     // Statistics, Clear Statistics, the designer.
-    else if (roll < 89) Event([b = roll < 83 ? &f.Command4 : roll < 85 ? &f.Command5 : &f.Command2] { b->UserClick(); });
+    else if (roll < 89) Click(roll < 83 ? f.Command4 : roll < 85 ? f.Command5 : f.Command2);
     else if (roll < 90) Start();  // closed and started again
-    else {
-      // The system's time set back or forward by up to two hours, or a second passing.
-      if (roll < 93) clocks_.SetWall(static_cast<std::int64_t>(clocks_.WallNow() * 86400e3) + Pick(14'400'000) - 7'200'000);
-      for (int i = roll < 93 ? 9 : 0; i < 10; ++i) Tick();
-    }
+    // The system's time set back or forward by up to two hours, or a second passing.
+    else if (roll < 93) clocks_.SetWall(std::int64_t(clocks_.WallNow() * 86400e3) + Pick(14'400'000) - 7'200'000), Tick();
+    else for (int i = 0; i < 10; ++i) Tick();
   }
 
   void Tick() {
     clocks_.Advance(100);
-    for (Timer* t : {&F().Timer1, &F().Timer2})
-      if (t->Enabled()) Event([t] { t->Tick(); });
+    for (Timer* t : {&F().Timer1, &F().Timer2}) if (t->Enabled()) Event([t] { t->Tick(); });
   }
 
-  void Press(float x, float y) {
-    Event([this, x, y, button = 1 << Pick(3)] { F().Picture1.UserMouseDown(button, 0, x, y); });
-  }
+  void Press(float x, float y) { Event([this, x, y, b = 1 << Pick(3)] { F().Picture1.UserMouseDown(b, 0, x, y); }); }
 
-  // The next letter of a listed word, so that words are found and games won.
-  void HelpfulPress() {
-    Form1& f = F();
-    std::vector<std::string> fitting;
-    for (const std::string& w : f.List1.Items())
-      if (w.rfind(f.Sel.Letters, 0) == 0 && Len(w) > Len(f.Sel.Letters)) fitting.push_back(w);
-    if (fitting.empty()) return;
-    // The game judges spelling alone: any cell holding the next letter will do.
-    const std::string next = Chars(PickOf(fitting))[Len(f.Sel.Letters)];
+  // A letter that goes on with a listed word, so that words are found and
+  // games won. The game judges spelling alone: any cell holding it will do.
+  void HelpfulPress(Form1& f) {
     for (int tries = 0, listed = f.List1.ListCount(); tries < 225; ++tries) {
       const int r = Pick(15), c = Pick(15);
-      if (f.Grid1.CellAt(r, c).text != next) continue;
+      const std::string letters = f.Sel.Letters + f.Grid1.CellAt(r, c).text;
+      if (std::ranges::none_of(f.List1.Items(), [&](auto& w) { return w.starts_with(letters); })) continue;
       Press(c * 500 + 100 + Pick(400), r * 500 + 100 + Pick(400));
       found += f.List1.ListCount() < listed;  // a word found leaves the list
       return;
     }
   }
 
-  // A deal: its count is the words it lists, and the list only ever loses
-  // the words found until the next deal.
-  void Deal(Form1& f) {
-    saidNo_ = false;
-    Event([&f, row = Pick(f.List2.ListCount())] { f.List2.UserSelect(row); });
-    if (saidNo_) return;  // the game in play goes on
-    dealt_ = f.List1.Items();
-    ++deals;
-  }
-
   void DesignerEvent(Form2& d) {
-    static const std::vector<std::string> kChars = Chars("AELPSTaz 1-'\"=[é€");
-    static const std::vector<std::string> kNames = {"games", "Settings", " Lead", "Trail ", "'Q'", "Fruit", "New",
-                                                   "café", "a=b", "[x]", "NONE", "none", "FIG"};
-    static const std::vector<std::string> kWords = {"pear", "PLUM", "Kiwi", "ABCDEFGHIJKLMNO", "x-ray", "q"};
+    static const Strings kNames = {"games", "Settings", " Lead", "Trail ", "'Q'", "Fruit", "New",
+                                   "café", "a=b", "[x]", "NONE", "none", "FIG"};
     const int roll = Pick(100);
     TextBox& any = Pick(17) == 0 ? d.Text1 : *d.Text(1 + Pick(16));
-    if (roll < 40) Event([&any, &c = PickOf(kChars)] { any.UserType(c); });
+    if (roll < 40) Event([&any, c = PickOf(Chars("AELPSTaz 1-'\"=[é€"))] { any.UserType(c); });
+    // Backspace: KeyDown, KeyPress, then the editor's own change.
     else if (roll < 47) {
-      // Backspace: KeyDown, KeyPress, then the editor's own change.
       Event([&any] { any.UserKeyDown(8); });
       Event([&any] { any.UserEdited(Left(any.Text(), Len(any.Text()) - 1)); });
     } else if (roll < 50) Event([&any, code = PickOf(std::vector<int>{37, 38, 39, 40, 16, 9, 0})] { any.UserKeyDown(code); });
     else if (roll < 60 && d.List1.ListCount() > 0) Event([&d, row = Pick(d.List1.ListCount())] { d.List1.UserSelect(row); });
-    else if (roll < 86)  // New Entry, Delete, Save, Exit
-      Event([b = roll < 67 ? &d.Command1 : roll < 72 ? &d.Command2 : roll < 81 ? &d.Command3 : &d.Command4] { b->UserClick(); });
+    // New Entry, Delete, Save, Exit
+    else if (roll < 86) Click(roll < 67 ? d.Command1 : roll < 72 ? d.Command2 : roll < 81 ? d.Command3 : d.Command4);
     else if (roll < 88) Event([&d] { d.CloseRequested(); });
-    else {
-      TextBox& box = roll < 94 ? d.Text1 : any;
-      Event([&box] { box.UserEdited(""); });
-      for (const std::string& c : Chars(PickOf(roll < 94 ? kNames : kWords))) Event([&box, &c] { box.UserType(c); });
-    }
+    // A name or a word typed afresh.
+    else if (roll < 94) Type(*program_, d.Text1, PickOf(kNames));
+    else Type(*program_, any, PickOf(Strings{"pear", "PLUM", "Kiwi", "ABCDEFGHIJKLMNO", "x-ray", "q"}));
   }
-  // What the file must hold whenever the program waits for the player: the
-  // games and the settings.
-  static std::string Kept(auto&& store) {
-    std::string kept;
-    for (const std::string& game : Games(store)) kept += game + "\n";
-    for (const char* key : {"Time", "Title", "Practice", "Visible"})
-      kept += store.ReadProfileValue("settings", key, "-").text + "\n";
-    return kept;
-  }
-
 
   // The first invariant the program breaks, if any.
-  std::string Broken() {
-    Form1& f = F();
+  std::string Broken(Form1& f) {
     if (!program_->contained.empty()) return "a handler threw: " + program_->contained.front();
     ProfileStore stored(path_, disk);
     // The designer's list while it is open, the main window's once it is back.
@@ -221,10 +189,9 @@ class Monkey {
     }
     if (f.Timer2.Enabled()) return {};  // the shuffle came back after the designer
     if (f.Play.WordCount != static_cast<int>(dealt_->size())) return "WordCount isn't the words dealt";
-    std::vector<std::string> listed = f.List1.Items(), dealt = *dealt_;
-    std::ranges::sort(listed);
-    std::ranges::sort(dealt);
-    if (!std::ranges::includes(dealt, listed)) return "the word list holds a word not dealt";
+    const Strings& listed = f.List1.Items();
+    if (std::ranges::any_of(listed, [&](auto& w) { return std::ranges::count(listed, w) > std::ranges::count(*dealt_, w); }))
+      return "the word list holds a word not dealt";
     if (!f.Sel.Letters.empty() && std::ranges::none_of(listed, [&f](auto& w) { return w.starts_with(f.Sel.Letters); }))
       return "the letters \"" + f.Sel.Letters + "\" start no listed word";
     if (f.Play.WonFlag == 1 && (f.List1.ListCount() > 0 || f.Timer1.Enabled())) return "a won game goes on";
@@ -237,16 +204,15 @@ class Monkey {
   SeededRandom random_;
   int yesPercent_;
   std::unique_ptr<HeadlessProgram> program_;
-  std::optional<std::vector<std::string>> dealt_;
-  long events_ = 0, budget_ = 5000;
-  bool leaving_ = false, inDesigner_ = false, saidNo_ = false;
+  std::optional<Strings> dealt_;
+  bool leaving_ = false, inDesigner_ = false;
 };
 
 TEST(Monkey, RandomPlayKeepsEveryInvariant) {
   for (const auto& [seed, yesPercent] : std::vector<std::pair<std::uint64_t, int>>{{1, 65}, {2, 92}, {3, 15}, {17, 50}}) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     Monkey monkey("monkey-" + std::to_string(seed), seed, yesPercent);
-    monkey.Run();
+    monkey.Run([] { return false; }, [&] { monkey.MainEvent(); });
     // A run that never deals, finds a word or opens the designer proves nothing.
     EXPECT_TRUE(monkey.deals > 0 && monkey.found > 0 && monkey.designers > 0)
         << monkey.deals << " deals, " << monkey.found << " words found, the designer " << monkey.designers << " times";
@@ -257,8 +223,7 @@ TEST(Monkey, RandomPlayKeepsEveryInvariant) {
 // One copy of the program with its designer standing open.
 struct Copy {
   explicit Copy(const std::string& path) : program(path), d(program.Start().Designer) {
-    d.Loaded = true;
-    program.Event([this] { Form2_Form_Load(d); });
+    program.Event([this] { d.Loaded = true; Form2_Form_Load(d); });
   }
   void Delete(int row) {
     program.Event([this, row] { d.List1.UserSelect(row); });
@@ -268,8 +233,8 @@ struct Copy {
     program.runtime.answer = [](const std::string&, int) { return vbNo; };  // keep no words
     program.Event([this] { Form2_Command1_Click(d); });
     program.runtime.answer = nullptr;  // then Yes to everything
-    for (const std::string& c : Chars(name)) program.Event([this, c] { d.Text1.UserType(c); });
-    for (const std::string& c : Chars("word")) program.Event([this, c] { d.Text(1)->UserType(c); });
+    Type(program, d.Text1, name);
+    Type(program, *d.Text(1), "word");
     program.Event([this] { Form2_Command3_Click(d); });
   }
   HeadlessProgram program;
@@ -282,16 +247,16 @@ TEST(TwoCopies, NeitherLosesNorMisdirectsTheOthersGames) {
   // Each adds a game while the other's list still shows only FRUIT.
   b.NewGame("Birds");
   a.NewGame("Trees");
-  EXPECT_EQ(Games(ProfileStore(path, disk)), (std::vector<std::string>{"FRUIT", "BIRDS", "TREES"}));
+  EXPECT_EQ(Games(ProfileStore(path, disk)), (Strings{"FRUIT", "BIRDS", "TREES"}));
   // B deletes FRUIT; A, whose list still shows it first, then deletes the
   // game it shows second, BIRDS, which now stands first in the file.
   b.Delete(0);
   a.Delete(1);
-  EXPECT_EQ(Games(ProfileStore(path, disk)), (std::vector<std::string>{"TREES"}));
+  EXPECT_EQ(Games(ProfileStore(path, disk)), (Strings{"TREES"}));
   // B's list still shows BIRDS, which A deleted meanwhile: deleting it
   // again removes nothing.
   b.Delete(0);
-  EXPECT_EQ(Games(ProfileStore(path, disk)), (std::vector<std::string>{"TREES"}));
+  EXPECT_EQ(Games(ProfileStore(path, disk)), (Strings{"TREES"}));
 }
 
 }  // namespace
