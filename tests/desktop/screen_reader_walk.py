@@ -4,48 +4,44 @@
 # for the focus event a screen reader speaks and checks its text. Run by
 # check-screen-reader on a private session and accessibility bus:
 #
-#   screen_reader_walk.py PELMORA [ORCA_LOG]
+#   screen_reader_walk.py PELMORA ORCA_LOG
 #
-# With ORCA_LOG (Orca on the same bus, its log written line by line), each
+# Where ORCA_LOG exists (Orca on the same bus, its log written line by line), each
 # moment is also waited for in what Orca says before the next key. Prints
-# what was said for each kind of moment; fails at the first thing said wrong.
+# what was said at each moment; fails at the first thing said wrong.
 # Nothing waits against a clock: a loaded machine only makes it slower.
-import atexit, contextlib, ctypes, os, re, subprocess, sys, time  # noqa: E401
+import atexit, contextlib, ctypes, os, pyatspi, re, subprocess, sys, time  # noqa: E401
 from collections import namedtuple
 
-import pyatspi
 from gi.repository import GLib
 
 IDLE = "No game is in play. Choose a game from the game list."
 CELL = "table cell"  # the board's focus child: its focus cell as said now
 SAYS_CELL = re.compile(r"([A-Z]), row (\d+), column (\d+)(, ringed)?$")
-KEYS = {(0, 1): 0xFF53, (0, -1): 0xFF51, (-1, 0): 0xFF52, (1, 0): 0xFF54, "Down": 0xFF54, "Tab": 0xFF09,
-        "space": 0x20, "Return": 0xFF0D, "Escape": 0xFF1B}
+ARROWS = {(0, 1): "Right", (0, -1): "Left", (-1, 0): "Up", (1, 0): "Down"}
 # The order in which the hunt for a letter reaches cells it has not heard yet.
 SNAKE = [(r, c if r % 2 == 0 else 14 - c) for r in range(15) for c in range(15)]
 Focus = namedtuple("Focus", "role name source")
 loop = GLib.MainContext.default()
-events, seen, samples = [], 0, {}  # the program's focus gains, how many the walk has looked at, what was said
+events, seen = [], 0  # the program's focus gains, and how many the walk has looked at
 at, ringed, letters = (0, 1), [], {}  # the focus cell, the cells of the word being spelled, the letters heard
 
 # The X server: the window that has the keys, and a hash of the screen, where
 # the idle board's shimmer shows and nowhere else.
 x11 = ctypes.CDLL("libX11.so.6")
 x11.XOpenDisplay.restype = x11.XGetImage.restype = ctypes.c_void_p
-x11.XDefaultRootWindow.restype = ctypes.c_ulong
 display = ctypes.c_void_p(x11.XOpenDisplay(None))
 
 
 def x_focus():
-    window, revert = ctypes.c_ulong(), ctypes.c_int()
-    x11.XGetInputFocus(display, ctypes.byref(window), ctypes.byref(revert))
+    window = ctypes.c_ulong()
+    x11.XGetInputFocus(display, ctypes.byref(window), ctypes.byref(ctypes.c_int()))
     return window.value
 
 
 def screen_hash():
-    width, height = x11.XDisplayWidth(display, 0), x11.XDisplayHeight(display, 0)
-    image = x11.XGetImage(display, ctypes.c_ulong(x11.XDefaultRootWindow(display)), 0, 0, ctypes.c_uint(width),
-                          ctypes.c_uint(height), ctypes.c_ulong(0xFFFFFFFF), 2)  # all planes, ZPixmap
+    root, height = ctypes.c_ulong(x11.XDefaultRootWindow(display)), x11.XDisplayHeight(display, 0)  # a small id
+    image = x11.XGetImage(display, root, 0, 0, x11.XDisplayWidth(display, 0), height, ctypes.c_ulong(0xFFFFFFFF), 2)
     # An XImage: width, height, xoffset, format, then the data; bytes per line at 44.
     data, per_line = ctypes.c_void_p.from_address(image + 16).value, ctypes.c_int.from_address(image + 44).value
     digest = hash(ctypes.string_at(data, per_line * height))
@@ -79,37 +75,34 @@ def poll(done):
         time.sleep(0.02)
 
 
-def key(name):
-    pyatspi.Registry.generateKeyboardEvent(KEYS[name], None, pyatspi.KEY_SYM)
+def key(name):  # by its X name, or an arrow by its step
+    pyatspi.Registry.generateKeyboardEvent(x11.XStringToKeysym(ARROWS.get(name, name).encode()), None, pyatspi.KEY_SYM)
 
 
 def speaks(spoken, text):  # Orca adds the role after a focus's text, or a full stop
     return spoken.rstrip(".") == text.rstrip(".") or spoken.startswith(text + " ")
 
 
-# A moment said on the bus, kept for the report; with Orca, its log is read
-# on, line by line as Orca writes it, until Orca has said it too.
-def hear(e, kind, orca_too=True):
-    samples.setdefault(kind, [e.name, None])
+# A moment said on the bus, printed; with Orca, its log is read on, line by
+# line as Orca writes it, until Orca has said it too.
+def hear(e, orca_too=True):
     while orca and orca_too:
-        line = orca.readline()
-        while not line.endswith("\n"):  # the rest is not written yet
-            time.sleep(0.02)
-            line += orca.readline()
-        m = re.search(r" - SPEECH OUTPUT: '(.*)'\s*\{", line)
-        if m and speaks(m[1], e.name):
-            samples[kind][1] = samples[kind][1] or m[1]
-            return
+        start, line = orca.tell(), orca.readline()
+        if not line.endswith("\n"):  # the rest is not written yet: read it again whole
+            orca.seek(start), time.sleep(0.02)
+        elif (m := re.search(r" - SPEECH OUTPUT: '(.*)'\s*\{", line)) and speaks(m[1], e.name):
+            return print("%r, by Orca %r" % (e.name, m[1]))
+    print(repr(e.name))
 
 
 # A key (or none), and the focus it brings, which must say what is wanted.
-def said(name, want, role=CELL, kind="press"):
+def said(name, want, role=CELL):
     if name:
         key(name)
     e = focus(role)
     assert e.name == want, "%s brought %r, not %r" % (name, e.name, want)
     # The last word's news may be cut short by the win's box, which says it all.
-    hear(e, kind, orca_too=not want.endswith(" 0 words left"))
+    hear(e, orca_too=not want.endswith(" 0 words left"))
     return e
 
 
@@ -145,8 +138,7 @@ def message_box(text):
     labels = [o.name for o in pyatspi.utils.findAllDescendants(box, lambda o: o.getRoleName() == "label")]
     assert any(t.startswith(text) for t in labels), "the box says %r, not %r" % (labels, text)
     key("Return")
-    back = focus(CELL).name
-    assert back == "%s, row %d, column %d" % (letters[at], at[0] + 1, at[1] + 1), "back from the box: %r" % back
+    assert (back := focus(CELL).name) == "%s, row %d, column %d" % (letters[at], at[0] + 1, at[1] + 1), "back: %r" % back
     poll(lambda: x_focus() == main_window)
 
 
@@ -155,21 +147,20 @@ def message_box(text):
 def go(row, col):
     global at
     while at != (row, col):
-        down = (row > at[0]) - (row < at[0])
-        step = (down, 0 if down else (col > at[1]) - (col < at[1]))
+        step = ((row > at[0]) - (row < at[0]), 0) if row != at[0] else (0, (col > at[1]) - (col < at[1]))
         key(step)
         at, e = (at[0] + step[0], at[1] + step[1]), focus(CELL)
         m = SAYS_CELL.match(e.name)
         assert m and (int(m[2]) - 1, int(m[3]) - 1, bool(m[4])) == (*at, at in ringed), "at %s: %r" % (at, e.name)
         letters[at] = m[1]
-        hear(e, "move onto a ring" if m[4] else "move")
+        hear(e)
 
 
 # Each letter pressed on the nearest cell heard to hold it, the cells not
 # heard yet walked until one does: a press says the cell ringed and the
-# letters so far, the last one the word found and the words left. A step off
-# the first letter and back finds it ringed.
-def spell(word, left):
+# letters so far, the last one the word found and the words left (found). A
+# step off the first letter and back finds it ringed.
+def spell(word, found):
     for i, letter in enumerate(word):
         if i == 1:
             go(at[0], abs(at[1] - 1)), go(*ringed[0])
@@ -177,23 +168,21 @@ def spell(word, left):
             go(*next(p for p in SNAKE if p not in letters))
         go(*min((p for p, l in letters.items() if l == letter), key=lambda p: abs(p[0] - at[0]) + abs(p[1] - at[1])))
         ringed.append(at)
-        want = "%s, row %d, column %d, ringed, letters %s" % (letter, at[0] + 1, at[1] + 1, " ".join(word[:i + 1]))
-        if i + 1 == len(word):
-            want = "%s found, %d word%s left" % (word, left, "" if left == 1 else "s")
-        said("space", want, kind="press" if i + 1 < len(word) else "found word")
+        said("space", found if i + 1 == len(word) else
+             "%s, row %d, column %d, ringed, letters %s" % (letter, at[0] + 1, at[1] + 1, " ".join(word[:i + 1])))
     ringed.clear()
 
 
 pyatspi.Registry.registerEventListener(heard, "object:state-changed:focused")
 app = subprocess.Popen([sys.argv[1]], env=dict(os.environ, QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1"))
 atexit.register(app.terminate)
-orca = open(sys.argv[2], errors="replace") if len(sys.argv) > 2 else None
+orca = open(sys.argv[2], errors="replace") if os.path.exists(sys.argv[2]) else None
 
 # Start-up: the window is a frame whose controls are called in words, and
 # the focused board says once that no game is in play, then keeps quiet
 # while its letters shuffle, an arrow key and all.
 assert focus("image").name == "Letter board"
-frame = window_of(said(None, IDLE, kind="idle board").source)
+frame = window_of(said(None, IDLE).source)
 assert (frame.getRoleName(), frame.name) == ("frame", "Pelmora v1.0"), "the window is %s" % frame
 for o in pyatspi.utils.findAllDescendants(frame, lambda o: o.getState().contains(pyatspi.STATE_FOCUSABLE)):
     assert o.name and not re.search(r"^[A-Z][a-z]+[0-9]+$|\([0-9]+\)$", o.name), "%s has a code name" % o
@@ -201,41 +190,40 @@ poll(lambda: x_focus() > 1)  # neither none nor the pointer's window
 main_window = x_focus()
 quiet_through_shimmer()
 key((0, 1))
-said("Tab", "Word list", lambda e: e.role in ("list", CELL), "control")
+said("Tab", "Word list", lambda e: e.role in ("list", CELL))
 
 # Down on the game list deals its first game and says it; the word list
 # says every word as Down reaches it, the first one too.
-said("Tab", "Game list", "list", "control")
-said("Down", "GARDEN", "list item", "chosen game")
+said("Tab", "Game list", "list")
+said("Down", "GARDEN", "list item")
 tab_to("list", "Word list")
 for word in ("ASTER", "FERN"):
-    said("Down", word, "list item", "word list")
+    said("Down", word, "list item")
 
 # The board says its focus cell, the one the arrow reached while it was
 # idle. The game's two words are spelled, with a refused letter between
 # them, whose box is said.
 assert tab_to(CELL).name.endswith(", row 1, column 2"), "the board in play is not on the cell the arrow reached"
-spell("ASTER", 1)
+spell("ASTER", "ASTER found, 1 word left")
 key("space")
 message_box("This does not match to any available word")
-spell("FERN", 0)
+spell("FERN", "FERN found, 0 words left")
 message_box("You have won - you took ")
 
 # The designer is a dialog; once it is left, the board says once that no
 # game is in play, then keeps quiet again.
 tab_to("push button", "Designer")
 key("space")
-designer = window_of(focus(lambda e: window_of(e.source).name == "Create Pelmora").source)
-assert designer.getRoleName() == "dialog", "the designer is a %s" % designer.getRoleName()
+designer = window_of(focus(lambda e: window_of(e.source).name == "Create Pelmora").source).getRoleName()
+assert designer == "dialog", "the designer is a %s" % designer
 poll(lambda: x_focus() != main_window)
 key("Escape")
 focus(lambda e: (e.role, e.name) == ("push button", "Designer"))
 poll(lambda: x_focus() == main_window)
-hear(tab_to(CELL, IDLE), "idle board after the designer")
+hear(tab_to(CELL, IDLE))
 quiet_through_shimmer()
 assert [e.name for e in events].count(IDLE) == 2, "the idle line was not said once a visit"
 if orca:
     spoken = re.findall(r"SPEECH OUTPUT: '(.*)'\s*\{", open(sys.argv[2], errors="replace").read())
     assert sum(speaks(s, IDLE) for s in spoken) == 2, "Orca did not say the idle line once a visit"
-print("\n".join("%s: %r on the bus, %r by Orca" % (kind, *texts) for kind, texts in samples.items()))
 print("screen reader walk: all checks passed")
