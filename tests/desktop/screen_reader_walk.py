@@ -33,8 +33,7 @@ x11.XOpenDisplay.restype = x11.XGetImage.restype = ctypes.c_void_p
 display = ctypes.c_void_p(x11.XOpenDisplay(None))
 
 
-def x_focus():
-    window = ctypes.c_ulong()
+def x_focus(window=ctypes.c_ulong()):  # the window is only where the answer is written
     x11.XGetInputFocus(display, ctypes.byref(window), ctypes.byref(ctypes.c_int()))
     return window.value
 
@@ -97,8 +96,7 @@ def hear(e, orca_too=True):
 
 # A key (or none), and the focus it brings, which must say what is wanted.
 def said(name, want, role=CELL):
-    if name:
-        key(name)
+    if name: key(name)  # noqa: E701
     e = focus(role)
     assert e.name == want, "%s brought %r, not %r" % (name, e.name, want)
     # The last word's news may be cut short by the win's box, which says it all.
@@ -147,8 +145,7 @@ def message_box(text):
 def go(row, col):
     global at
     while at != (row, col):
-        step = ((row > at[0]) - (row < at[0]), 0) if row != at[0] else (0, (col > at[1]) - (col < at[1]))
-        key(step)
+        key(step := ((row > at[0]) - (row < at[0]), 0) if row != at[0] else (0, (col > at[1]) - (col < at[1])))
         at, e = (at[0] + step[0], at[1] + step[1]), focus(CELL)
         m = SAYS_CELL.match(e.name)
         assert m and (int(m[2]) - 1, int(m[3]) - 1, bool(m[4])) == (*at, at in ringed), "at %s: %r" % (at, e.name)
@@ -223,7 +220,6 @@ poll(lambda: x_focus() == main_window)
 hear(tab_to(CELL, IDLE))
 quiet_through_shimmer()
 assert [e.name for e in events].count(IDLE) == 2, "the idle line was not said once a visit"
-if orca:
-    spoken = re.findall(r"SPEECH OUTPUT: '(.*)'\s*\{", open(sys.argv[2], errors="replace").read())
-    assert sum(speaks(s, IDLE) for s in spoken) == 2, "Orca did not say the idle line once a visit"
+spoken = re.findall(r"SPEECH OUTPUT: '(.*)'\s*\{", open(sys.argv[2], errors="replace").read()) if orca else [IDLE] * 2
+assert sum(speaks(s, IDLE) for s in spoken) == 2, "Orca did not say the idle line once a visit"
 print("screen reader walk: all checks passed")
