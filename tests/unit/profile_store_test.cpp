@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <optional>
 #include <set>
@@ -75,41 +76,40 @@ class TestFileSystem final : public PosixFileSystem {
   }
 };
 
+// Runs body in a child process of its own, which ends with body's verdict.
+pid_t Fork(const std::function<bool()>& body) {
+  const pid_t pid = ::fork();
+  if (pid == 0) ::_exit(body() ? 0 : 1);
+  return pid;
+}
+
+bool Succeeded(pid_t pid) {
+  int status = 1;
+  return pid > 0 && ::waitpid(pid, &status, 0) == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
 // Two processes add one to a shared count, again and again: before a wait
 // for the player, in a handler of its own during the wait, and after it.
 // Each addition reads and writes under the lock, so none is lost.
 TEST(ProfileStoreTransactions, TwoProcessesWritingAtOnceLoseNothing) {
   TempDir dir;
   constexpr int kRounds = 100;
-  pid_t writers[2];
-  for (pid_t& pid : writers) {
-    pid = ::fork();
-    ASSERT_GE(pid, 0);
-    if (pid > 0) continue;
+  const auto writer = [&] {
     TestFileSystem fs;
     ProfileStore store(dir.File(), fs);
-    auto addOne = [&] {
+    const auto addOne = [&] {
       const int count = std::stoi(store.ReadProfileValue("meta", "count", "0").text);
       store.WriteProfileValue("meta", "count", std::to_string(count + 1));
     };
     for (int i = 0; i < kRounds; ++i) {
-      store.HandlerBegins();
-      addOne();
-      store.BeforeWait();
-      store.HandlerBegins();
-      addOne();
-      store.HandlerEnds();
-      store.AfterWait();
-      addOne();
-      store.HandlerEnds();
+      store.HandlerBegins(), addOne(), store.BeforeWait();
+      store.HandlerBegins(), addOne(), store.HandlerEnds();
+      store.AfterWait(), addOne(), store.HandlerEnds();
     }
-    ::_exit(0);
-  }
-  for (const pid_t pid : writers) {
-    int status = 0;
-    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
-    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
-  }
+    return true;
+  };
+  const pid_t a = Fork(writer), b = Fork(writer);
+  ASSERT_TRUE(Succeeded(a) & Succeeded(b));  // not &&: both are waited for
   PosixFileSystem fs;
   EXPECT_EQ(ProfileStore(dir.File(), fs).ReadProfileValue("meta", "count", "0").text, std::to_string(2 * 3 * kRounds));
   EXPECT_EQ(dir.Names(), (std::set<std::string>{kLock, "wsearch.ini"}));
@@ -252,21 +252,14 @@ TEST(ProfileStoreFailure, TooLittleMemoryToReadIsAFileThatCantBeRead) {
   TempDir dir;
   const std::string head = "[games]\r\n1=FRUIT\r\n";
   Spit(dir.File(), head + std::string(64 << 20, '\n'));  // gone before the fork: the limit is the child's
-  const pid_t pid = ::fork();
-  ASSERT_GE(pid, 0);
-  if (pid == 0) {
+  EXPECT_TRUE(Succeeded(Fork([&] {
     const rlimit limit{32 << 20, 32 << 20};
     ::setrlimit(RLIMIT_DATA, &limit);
     PosixFileSystem posix;
     ProfileStore starved(dir.File(), posix);
-    const bool ok = starved.ReadProfileValue("games", "1", "none").text == "none" &&
-                    !starved.WriteProfileValue("games", "1", "VEG") &&
-                    starved.TakeFailure().ends_with(": Cannot allocate memory");
-    ::_exit(ok ? 0 : 1);
-  }
-  int status = 0;
-  ASSERT_EQ(::waitpid(pid, &status, 0), pid);
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    return starved.ReadProfileValue("games", "1", "none").text == "none" &&
+           !starved.WriteProfileValue("games", "1", "VEG") && starved.TakeFailure().ends_with(": Cannot allocate memory");
+  })));
   EXPECT_EQ(StatOf(dir.File()).st_size, static_cast<off_t>(head.size() + (64 << 20)));
 }
 
