@@ -86,7 +86,7 @@ TEST(WordPlacer, FarEdgeAndTheTryBudget) {
   EXPECT_EQ(grid.Row(3), ".MLKJIHGFEDCBA.");
 }
 
-TEST(WordPlacer, LegalCellsOnAnEmptyBoard) {
+TEST(WordPlacer, LegalCellsOnAnEmptyBoardAndWordsWithNoPlace) {
   Board grid;
   for (int L = 1; L <= 14; ++L) {
     const Letters word(static_cast<std::size_t>(L), "X");
@@ -100,6 +100,13 @@ TEST(WordPlacer, LegalCellsOnAnEmptyBoard) {
                                                                  << " cell " << r << "," << c;
         }
   }
+  SeededRandom random(5);
+  // No direction holds 14 letters, nor 31: those words are left out.
+  EXPECT_EQ(PlaceWordList(grid, random, {"ABCDEFGHIJKLMN", "SHORT", std::string(31, 'Q')}), (std::vector<int>{0, 2}));
+  // On a full board only the words that agree with it everywhere go in.
+  for (int r = 0; r < 15; ++r)
+    for (int c = 0; c < 15; ++c) grid.SetRow(r), grid.SetCol(c), grid.SetText("X");
+  EXPECT_EQ(PlaceWordList(grid, random, {"ABC", "XXX"}), (std::vector<int>{0}));
 }
 
 TEST(WordPlacer, RandomDeals) {
@@ -138,17 +145,6 @@ TEST(WordPlacer, RandomDeals) {
   }
   const int total = std::accumulate(directions.begin(), directions.end(), 0);
   for (int n : directions) EXPECT_NEAR(n, total / 8.0, total / 8.0 * 0.15);
-}
-
-TEST(WordPlacer, WordsWithNoPlaceAreLeftOut) {
-  SeededRandom random(5);
-  Board grid;
-  // No direction holds 14 letters, nor 31.
-  EXPECT_EQ(PlaceWordList(grid, random, {"ABCDEFGHIJKLMN", "SHORT", std::string(31, 'Q')}), (std::vector<int>{0, 2}));
-  // On a full board only the words that agree with it everywhere go in.
-  for (int r = 0; r < 15; ++r)
-    for (int c = 0; c < 15; ++c) grid.SetRow(r), grid.SetCol(c), grid.SetText("X");
-  EXPECT_EQ(PlaceWordList(grid, random, {"ABC", "XXX"}), (std::vector<int>{0}));
 }
 
 TEST(Filler, LettersAndAttributes) {
