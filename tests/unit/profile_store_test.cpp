@@ -76,10 +76,11 @@ class TestFileSystem final : public PosixFileSystem {
   }
 };
 
-// Runs body in a child process of its own, which ends with body's verdict.
+// Runs body in a child process of its own, which ends with body's verdict:
+// a throw is a failure too, never a way back into the tests of the parent.
 pid_t Fork(const std::function<bool()>& body) {
   const pid_t pid = ::fork();
-  if (pid == 0) ::_exit(body() ? 0 : 1);
+  if (pid == 0) ::_exit([&] { try { return body(); } catch (...) { return false; } }() ? 0 : 1);
   return pid;
 }
 
